@@ -1,0 +1,28 @@
+// Callback.h: the host's side of FSCallback, the wrapping of an extension's
+// procedure that the host calls through (FSCallbackCreate).
+//
+// A callback is owned by the host (made by callbackCreate, freed by
+// callbackDestroy or at exit). The host never calls a bare procedure of an
+// extension: it fetches it from the callback with callbackProc<Type>().
+#pragma once
+
+#include "folio/FolioTypes.h"
+
+// The record behind the opaque FSCallback handle of the interface.
+struct _t_FSCallback {
+  ExtensionID extension; // the owner, as passed to FSCallbackCreate
+  FSProc proc;           // the procedure, of the type its use implies
+};
+
+namespace folio {
+
+FSCallback callbackCreate(ExtensionID extension, FSProc proc);
+void callbackDestroy(FSCallback callback);
+
+// The procedure of a callback as the type `Fn`; null for a null callback.
+template <class Fn> Fn callbackProc(FSCallback callback)
+{
+  return callback ? reinterpret_cast<Fn>(callback->proc) : nullptr;
+}
+
+} // namespace folio
