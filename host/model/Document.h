@@ -1,0 +1,98 @@
+// Document.h: a PDF document of the host (the host's PDDoc), on the PDF
+// engine.
+//
+// Ownership: Document::open returns the only owner; destroying the document
+// closes it (its Page objects, its File and every PDPage handle of it become
+// invalid). Documents are independent of one another; each one is used from
+// one thread at a time. Errors are thrown as ModelError with a message for
+// the user; nothing here prints except the over-release report of a page.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "DocumentObserver.h"
+#include "FileSys.h"
+#include "Page.h"
+#include "PasswordPort.h"
+#include "folio/FolioTypes.h"
+
+namespace folio::model {
+
+struct DocumentImpl;
+
+class Document {
+public:
+  // Opens the PDF at `path`. An encrypted file that does not open with the
+  // empty password asks `passwords` (attempt 1, 2, ... up to `maxAttempts`);
+  // without a port, or when the port gives up, the open fails with
+  // PasswordRequired; after `maxAttempts` wrong answers with WrongPassword.
+  // A damaged file is repaired when possible (flags() then has
+  // PDDocWasRepaired and PDDocRequiresFullSave). Other failures: MissingFile,
+  // PermissionDenied, EmptyFile, NotPdf, Truncated, Damaged.
+  static std::unique_ptr<Document> open(const std::string &path, PasswordPort *passwords = nullptr,
+                                        int maxAttempts = 3);
+  ~Document();
+
+  const std::string &path() const;
+  int pageCount() const;
+
+  // Page `index` (zero-based), acquired for the caller; throws PageOutOfRange.
+  Page *acquirePage(int index);
+  // Matches one acquirePage. Over-release is reported on stderr once per
+  // page, never fatal.
+  void releasePage(Page *page);
+
+  // PDDocFlags bits: PDDocNeedsSave and PDDocIsModified after a change (until
+  // the next save), PDDocWasRepaired and PDDocRequiresFullSave for a repaired
+  // file.
+  FSInt32 flags() const;
+  void setFlags(FSInt32 bitsToSet);
+  void clearFlags(FSInt32 bitsToClear);
+
+  // The host's permission word: every bit (pdPermAll) for an unencrypted
+  // document or one opened with its owner password, else the document's /P
+  // value. The engine does not enforce permissions; the host does, with this
+  // word.
+  FSUns32 permissions() const;
+  bool isEncrypted() const;
+  // True when the password that opened it was the owner password.
+  bool openedAsOwner() const;
+
+  // The document's file (owned by the document).
+  File &file();
+
+  // Writes the document to its own path (Save) or to `path` (Save As; the
+  // document then lives there). Incremental (the original bytes kept as a
+  // prefix, the changed objects appended) when the engine allows it,
+  // otherwise a full rewrite; `forceFull` asks for a full rewrite. The new
+  // file is written beside the target, flushed with fsync and renamed over it,
+  // so the target is untouched on any failure (ModelError SaveFailed).
+  // Encryption is kept. Clears PDDocNeedsSave and PDDocIsModified. Returns
+  // true when the save was incremental.
+  bool save(bool forceFull = false);
+  bool saveAs(const std::string &path, bool forceFull = false);
+
+  // Observers are not owned; adding one twice registers it once.
+  void addObserver(DocumentObserver *observer);
+  void removeObserver(DocumentObserver *observer);
+
+  // Engine internals for the model's own sources.
+  DocumentImpl &impl() { return *impl_; }
+
+  Document(const Document &) = delete;
+  Document &operator=(const Document &) = delete;
+
+private:
+  friend class Page;
+  Document();
+  void notifyPageChanged(int index);
+  std::unique_ptr<DocumentImpl> impl_;
+  std::vector<std::unique_ptr<Page>> pages_; // sparse: created on first acquire
+  std::vector<DocumentObserver *> observers_;
+  FSInt32 flags_ = 0;
+  std::unique_ptr<File> file_;
+};
+
+} // namespace folio::model
