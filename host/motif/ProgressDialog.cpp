@@ -1,0 +1,148 @@
+#include "ProgressDialog.h"
+
+#include "Dialogs.h"
+#include "WindowNames.h"
+
+#include <X11/Xlib.h>
+#include <Xm/DialogS.h>
+#include <Xm/DrawingA.h>
+#include <Xm/Form.h>
+#include <Xm/Label.h>
+#include <Xm/PushB.h>
+
+namespace folio::motif {
+
+namespace {
+constexpr Dimension kBarWidth = 320;
+constexpr Dimension kBarHeight = 18;
+} // namespace
+
+ProgressDialog::ProgressDialog(Widget parent) : parent_(parent) {}
+
+ProgressDialog::~ProgressDialog()
+{
+  end();
+}
+
+void ProgressDialog::begin(const std::string &message)
+{
+  cancelled_ = false;
+  duration_ = 0;
+  value_ = 0;
+  if (shell_) {
+    drawBar();
+    return;
+  }
+  XmString title = XmStringCreateLocalized(const_cast<char *>("Progress"));
+  form_ = XmCreateFormDialog(parent_, const_cast<char *>("progress"), nullptr, 0);
+  shell_ = XtParent(form_);
+  XtVaSetValues(form_, XmNdialogStyle, XmDIALOG_FULL_APPLICATION_MODAL, XmNdialogTitle, title,
+                XmNautoUnmanage, False, XmNnoResize, True, XmNmarginWidth, 12, XmNmarginHeight, 12,
+                XmNfractionBase, 3, NULL);
+  XmStringFree(title);
+
+  XmString text = XmStringCreateLocalized(const_cast<char *>(message.c_str()));
+  Widget label = XtVaCreateManagedWidget("message", xmLabelWidgetClass, form_, XmNlabelString, text,
+                                         XmNtopAttachment, XmATTACH_FORM, XmNleftAttachment, XmATTACH_FORM,
+                                         XmNrightAttachment, XmATTACH_FORM, NULL);
+  XmStringFree(text);
+  bar_ = XtVaCreateManagedWidget("bar", xmDrawingAreaWidgetClass, form_, XmNwidth, kBarWidth, XmNheight,
+                                 kBarHeight, XmNtopAttachment, XmATTACH_WIDGET, XmNtopWidget, label,
+                                 XmNtopOffset, 8, XmNleftAttachment, XmATTACH_FORM, XmNrightAttachment,
+                                 XmATTACH_FORM, XmNresizePolicy, XmRESIZE_NONE, NULL);
+  XtAddCallback(bar_, XmNexposeCallback, onExpose, this);
+  XmString cancelText = XmStringCreateLocalized(const_cast<char *>("Cancel"));
+  cancel_ = XtVaCreateManagedWidget(
+      "Cancel", xmPushButtonWidgetClass, form_, XmNlabelString, cancelText, XmNtopAttachment, XmATTACH_WIDGET,
+      XmNtopWidget, bar_, XmNtopOffset, 10, XmNleftAttachment, XmATTACH_POSITION, XmNleftPosition, 1,
+      XmNrightAttachment, XmATTACH_POSITION, XmNrightPosition, 2, XmNbottomAttachment, XmATTACH_FORM, NULL);
+  XmStringFree(cancelText);
+  XtAddCallback(cancel_, XmNactivateCallback, onCancel, this);
+  // Escape (and the window's close box) ask to stop, like the button.
+  XtVaSetValues(form_, XmNcancelButton, cancel_, XmNdefaultButton, cancel_, NULL);
+
+  XtManageChild(form_);
+  nameWindow(shell_, "Progress");
+  nameWindow(cancel_, "Cancel");
+  focusWhenViewable(shell_, cancel_);
+  pump();
+}
+
+void ProgressDialog::end()
+{
+  if (!shell_)
+    return;
+  Display *dpy = XtDisplay(shell_);
+  XtUnmanageChild(form_);
+  XtDestroyWidget(shell_);
+  shell_ = form_ = bar_ = cancel_ = nullptr;
+  XSync(dpy, False);
+}
+
+void ProgressDialog::setDuration(int32_t duration)
+{
+  duration_ = duration;
+  drawBar();
+}
+
+void ProgressDialog::setValue(int32_t value)
+{
+  value_ = value;
+  drawBar();
+}
+
+bool ProgressDialog::poll()
+{
+  pump();
+  return cancelled_;
+}
+
+void ProgressDialog::pump()
+{
+  if (!shell_)
+    return;
+  XtAppContext app = XtWidgetToApplicationContext(shell_);
+  XFlush(XtDisplay(shell_));
+  // Only what is already queued: the operation must not wait for input.
+  while (shell_ && (XtAppPending(app) & XtIMXEvent))
+    XtAppProcessEvent(app, XtIMXEvent);
+}
+
+void ProgressDialog::onCancel(Widget, XtPointer client, XtPointer)
+{
+  static_cast<ProgressDialog *>(client)->cancelled_ = true;
+}
+
+void ProgressDialog::onExpose(Widget, XtPointer client, XtPointer)
+{
+  static_cast<ProgressDialog *>(client)->drawBar();
+}
+
+void ProgressDialog::drawBar()
+{
+  if (!bar_ || !XtIsRealized(bar_))
+    return;
+  Display *dpy = XtDisplay(bar_);
+  Window win = XtWindow(bar_);
+  Dimension w = 0, h = 0;
+  XtVaGetValues(bar_, XmNwidth, &w, XmNheight, &h, NULL);
+  int filled = 0;
+  if (duration_ > 0) {
+    long long v = value_ < 0 ? 0 : value_;
+    if (v > duration_)
+      v = duration_;
+    filled = static_cast<int>(v * (w - 2) / duration_);
+  }
+  GC gc = XCreateGC(dpy, win, 0, nullptr);
+  int screen = DefaultScreen(dpy);
+  XSetForeground(dpy, gc, WhitePixel(dpy, screen));
+  XFillRectangle(dpy, win, gc, 0, 0, w, h);
+  XSetForeground(dpy, gc, 0x2a5db0);
+  if (filled > 0)
+    XFillRectangle(dpy, win, gc, 1, 1, filled, h - 2);
+  XSetForeground(dpy, gc, BlackPixel(dpy, screen));
+  XDrawRectangle(dpy, win, gc, 0, 0, w - 1, h - 1);
+  XFreeGC(dpy, gc);
+}
+
+} // namespace folio::motif

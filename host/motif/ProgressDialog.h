@@ -1,0 +1,58 @@
+// ProgressDialog.h: the progress window of long document operations.
+//
+// A modal window with a message, a bar and a "Cancel" button. It is put up
+// when an operation begins and taken down when it ends. Pressing Cancel (or
+// Escape while the window has focus) records a request to stop, which the
+// host's cancel test reports at its next poll. poll() processes the X events
+// that are pending, so that the bar is redrawn and the button can be
+// pressed while the operation runs; input to the rest of the application is
+// held off by the window's modality.
+#pragma once
+
+#include <Xm/Xm.h>
+
+#include <cstdint>
+#include <string>
+
+namespace folio::motif {
+
+class ProgressDialog {
+public:
+  explicit ProgressDialog(Widget parent);
+  ~ProgressDialog();
+  ProgressDialog(const ProgressDialog &) = delete;
+  ProgressDialog &operator=(const ProgressDialog &) = delete;
+
+  // Puts the window up (if it is not up yet) with an empty bar and clears
+  // any earlier cancel request.
+  void begin(const std::string &message);
+  // Takes the window down; a cancel request stays recorded until begin().
+  void end();
+  void setDuration(int32_t duration);
+  void setValue(int32_t value);
+  int32_t duration() const { return duration_; }
+  int32_t value() const { return value_; }
+
+  bool isUp() const { return shell_ != nullptr; }
+  // Processes pending events and answers whether the user asked to stop.
+  bool poll();
+  bool cancelRequested() const { return cancelled_; }
+  void clearCancel() { cancelled_ = false; }
+
+private:
+  static void onCancel(Widget, XtPointer, XtPointer);
+  static void onExpose(Widget, XtPointer, XtPointer);
+  void drawBar();
+  void pump();
+
+  Widget parent_;
+  Widget shell_ = nullptr;
+  Widget form_ = nullptr;
+  Widget bar_ = nullptr;
+  Widget cancel_ = nullptr;
+  int32_t duration_ = 0;
+  int32_t value_ = 0;
+  bool cancelled_ = false;
+};
+
+} // namespace folio::motif
