@@ -1,0 +1,293 @@
+// CommandLine.cpp: the folio command line and its shortcut scripts.
+#include "CommandLine.h"
+
+#include "Script.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstdlib>
+#include <sstream>
+
+namespace folio::batch {
+
+namespace {
+
+bool fail(std::string &error, std::string message)
+{
+  error = std::move(message);
+  return false;
+}
+
+bool wholeNumber(const std::string &s, double &v)
+{
+  if (s.empty())
+    return false;
+  errno = 0;
+  char *end = nullptr;
+  v = std::strtod(s.c_str(), &end);
+  return errno == 0 && end != s.c_str() && *end == '\0' && std::isfinite(v);
+}
+
+// "L B R T" as four numbers separated by blanks (or commas).
+bool parseRegion(const std::string &text, double out[4])
+{
+  std::string s = text;
+  for (char &c : s)
+    if (c == ',')
+      c = ' ';
+  std::istringstream in(s);
+  std::string word;
+  int n = 0;
+  while (in >> word) {
+    if (n == 4 || !wholeNumber(word, out[n]))
+      return false;
+    ++n;
+  }
+  return n == 4;
+}
+
+// Shortest decimal form of a page coordinate for a script line.
+std::string number(double v)
+{
+  std::ostringstream out;
+  out.precision(10);
+  out << v;
+  return out.str();
+}
+
+} // namespace
+
+std::string usageText()
+{
+  return "usage: folio [OPTIONS] [FILE.pdf]\n"
+         "       folio [OPTIONS] --batch SCRIPT|-\n"
+         "       folio [OPTIONS] --run \"LINE; LINE...\"\n"
+         "       folio [OPTIONS] --crop-bbox each|biggest|current IN.pdf -o OUT.pdf\n"
+         "       folio [OPTIONS] --crop-region \"L B R T\" [--pages all|current] IN.pdf -o OUT.pdf\n"
+         "       folio [OPTIONS] --reset-media-box all|current IN.pdf -o OUT.pdf\n"
+         "\n"
+         "Without --batch, --run or a shortcut, folio opens the interactive viewer.\n"
+         "\n"
+         "Options:\n"
+         "  --batch SCRIPT      run the user actions in SCRIPT, one a line ('-': standard input)\n"
+         "  --run \"LINES\"       run actions given inline, separated by ';'\n"
+         "  --read-only         run the read-only edition (documents cannot be edited)\n"
+         "  --plugins DIR       also load the plug-ins in DIR (may be repeated)\n"
+         "  -h, --help          show this help\n"
+         "\n"
+         "Shortcuts (each generates a script and runs it in batch mode):\n"
+         "  --crop-bbox MODE        crop to the bounding box: each page to its own (each), all\n"
+         "                          pages to the union of all (biggest), or the current page\n"
+         "  --crop-region \"L B R T\" crop to a region given in points in the space of the\n"
+         "                          current page (left bottom right top)\n"
+         "  --pages all|current     which pages a region crop applies to (default all)\n"
+         "  --reset-media-box MODE  reset all pages or the current page to the media box\n"
+         "  --page N                the current page, counted from 1 (default 1)\n"
+         "  --orientation skip|crop how to answer \"Some pages do not have same orientation\"\n"
+         "                          (without it such a question stops the run)\n"
+         "  -o OUT.pdf              where to write the result (the input is only\n"
+         "                          overwritten when OUT is the same path)\n"
+         "  --print-script          print the generated script instead of running it\n"
+         "\n"
+         "Script lines: open PATH [PASSWORD] | page N | zoom PERCENT | menu NAME | button NAME |\n"
+         "  drag X1 Y1 X2 Y2 [ctrl|shift|alt...] | click X Y [MODS] | answer LABEL[|LABEL...] |\n"
+         "  confirm yes|no | cancel-at N | save [PATH] | revert | snapshot PATH.png | show-boxes\n"
+         "  Points are in the current page's space (PDF points, y upwards); '#' starts a comment.\n"
+         "\n"
+         "Exit status: 0 success, 1 the run stopped (error or unanswered question; nothing is\n"
+         "saved after that), 2 bad command line.\n";
+}
+
+bool parseCommandLine(int argc, const char *const *argv, Options &options, std::string &error)
+{
+  Options o;
+  std::vector<std::string> positional;
+  std::string pages;      // --pages, checked against the shortcut after the loop
+  bool pageGiven = false; // --page
+  int frontEnds = 0;      // --batch, --run and the shortcuts exclude each other
+
+  for (int i = 1; i < argc; ++i) {
+    const std::string a = argv[i];
+    auto value = [&](std::string &into) {
+      if (i + 1 >= argc)
+        return fail(error, "option " + a + " needs a value");
+      into = argv[++i];
+      return true;
+    };
+    if (a == "-h" || a == "--help") {
+      options = Options();
+      options.mode = Mode::Help;
+      return true;
+    } else if (a == "--batch") {
+      if (!value(o.scriptPath))
+        return false;
+      if (o.scriptPath.empty())
+        return fail(error, "--batch needs a script file, or - for standard input");
+      o.mode = Mode::Batch;
+      ++frontEnds;
+    } else if (a == "--run") {
+      if (!value(o.runList))
+        return false;
+      o.mode = Mode::Run;
+      ++frontEnds;
+    } else if (a == "--read-only") {
+      o.readOnly = true;
+    } else if (a == "--plugins") {
+      std::string dir;
+      if (!value(dir))
+        return false;
+      if (dir.empty())
+        return fail(error, "--plugins needs a folder");
+      o.pluginDirs.push_back(dir);
+    } else if (a == "--crop-bbox") {
+      if (!value(o.variant))
+        return false;
+      if (o.variant != "each" && o.variant != "biggest" && o.variant != "current")
+        return fail(error, "--crop-bbox takes each, biggest or current, not \"" + o.variant + "\"");
+      o.mode = Mode::Shortcut;
+      o.shortcut = Shortcut::CropBBox;
+      ++frontEnds;
+    } else if (a == "--crop-region") {
+      std::string text;
+      if (!value(text))
+        return false;
+      if (!parseRegion(text, o.region))
+        return fail(error, "--crop-region takes four numbers \"L B R T\", not \"" + text + "\"");
+      o.mode = Mode::Shortcut;
+      o.shortcut = Shortcut::CropRegion;
+      ++frontEnds;
+    } else if (a == "--reset-media-box") {
+      if (!value(o.variant))
+        return false;
+      if (o.variant != "all" && o.variant != "current")
+        return fail(error, "--reset-media-box takes all or current, not \"" + o.variant + "\"");
+      o.mode = Mode::Shortcut;
+      o.shortcut = Shortcut::ResetMediaBox;
+      ++frontEnds;
+    } else if (a == "--pages") {
+      if (!value(pages))
+        return false;
+      if (pages != "all" && pages != "current")
+        return fail(error, "--pages takes all or current, not \"" + pages + "\"");
+    } else if (a == "--page") {
+      std::string v;
+      if (!value(v))
+        return false;
+      char *end = nullptr;
+      errno = 0;
+      long n = std::strtol(v.c_str(), &end, 10);
+      if (v.empty() || errno != 0 || *end != '\0' || n < 1)
+        return fail(error, "--page takes a page number counted from 1, not \"" + v + "\"");
+      o.page = n;
+      pageGiven = true;
+    } else if (a == "--orientation") {
+      if (!value(o.orientation))
+        return false;
+      if (o.orientation != "skip" && o.orientation != "crop")
+        return fail(error, "--orientation takes skip or crop, not \"" + o.orientation + "\"");
+    } else if (a == "-o" || a == "--output") {
+      if (!value(o.output))
+        return false;
+      if (o.output.empty())
+        return fail(error, "-o needs a file name");
+    } else if (a == "--print-script") {
+      o.printScript = true;
+    } else if (a == "--") {
+      for (++i; i < argc; ++i)
+        positional.push_back(argv[i]);
+    } else if (a.size() > 1 && a[0] == '-') {
+      return fail(error, "unknown option " + a + " (see folio --help)");
+    } else {
+      positional.push_back(a);
+    }
+  }
+
+  if (frontEnds > 1)
+    return fail(error, "choose only one of --batch, --run, --crop-bbox, --crop-region and --reset-media-box");
+
+  const bool shortcut = o.mode == Mode::Shortcut;
+  if (!shortcut) {
+    if (!o.output.empty())
+      return fail(error, "-o goes with a shortcut (--crop-bbox, --crop-region, --reset-media-box)");
+    if (!pages.empty() || pageGiven || !o.orientation.empty() || o.printScript)
+      return fail(error, "--pages, --page, --orientation and --print-script go with a shortcut");
+  }
+  if (!pages.empty() && o.shortcut != Shortcut::CropRegion)
+    return fail(error, "--pages goes with --crop-region (the other shortcuts name their pages)");
+  if (!o.orientation.empty() && o.shortcut != Shortcut::CropRegion)
+    return fail(error, "--orientation goes with --crop-region");
+
+  switch (o.mode) {
+  case Mode::Interactive:
+    if (positional.size() > 1)
+      return fail(error, "the viewer opens one file; got " + std::to_string(positional.size()));
+    if (!positional.empty())
+      o.file = positional[0];
+    break;
+  case Mode::Batch:
+  case Mode::Run:
+    if (!positional.empty())
+      return fail(error, "unexpected argument \"" + positional[0] + "\": a script opens its files itself");
+    break;
+  case Mode::Shortcut:
+    if (positional.size() != 1)
+      return fail(error, positional.empty()
+                             ? "the shortcut needs an input file IN.pdf"
+                             : "the shortcut takes one input file, not " + std::to_string(positional.size()));
+    o.input = positional[0];
+    if (o.output.empty())
+      return fail(error, "the shortcut needs -o OUT.pdf (give the input's own path to overwrite it)");
+    if (o.shortcut == Shortcut::CropRegion)
+      o.variant = pages.empty() ? "all" : pages;
+    break;
+  case Mode::Help:
+    break;
+  }
+  options = o;
+  return true;
+}
+
+std::string shortcutScript(const Options &o)
+{
+  std::ostringstream s;
+  s << "# generated by folio for the command line shortcut\n";
+  s << "open " << quoteWord(o.input) << "\n";
+  s << "page " << o.page << "\n";
+  switch (o.shortcut) {
+  case Shortcut::CropBBox:
+    // A one-page document is not asked; answers left over are dropped.
+    if (o.variant == "current") {
+      s << "answer Current\n";
+    } else {
+      s << "answer All\n";
+      s << (o.variant == "each" ? "answer Each\n" : "answer Biggest\n");
+    }
+    s << "menu QUIL:PageShearBBox\n";
+    break;
+  case Shortcut::ResetMediaBox:
+    s << (o.variant == "current" ? "answer Current\n" : "answer All\n");
+    s << "menu QUIL:PageShearMediaBox\n";
+    break;
+  case Shortcut::CropRegion: {
+    const double l = o.region[0], b = o.region[1], r = o.region[2], t = o.region[3];
+    // Select the crop tool, drag the region out from its top-left to its
+    // bottom-right corner, then click inside it to apply it.
+    s << "button QUIL:PageShear\n";
+    s << "drag " << number(l) << " " << number(t) << " " << number(r) << " " << number(b) << "\n";
+    // A one-page document offers "Current" and "Cancel" only.
+    s << (o.variant == "current" ? "answer Current\n" : "answer All|Current\n");
+    if (o.orientation == "skip")
+      s << "answer Skip\n";
+    else if (o.orientation == "crop")
+      s << "answer Crop\n";
+    s << "click " << number((l + r) / 2) << " " << number((b + t) / 2) << "\n";
+    break;
+  }
+  case Shortcut::None:
+    break;
+  }
+  s << "save " << quoteWord(o.output) << "\n";
+  return s.str();
+}
+
+} // namespace folio::batch
