@@ -32,7 +32,8 @@
 //   export of tables refused
 //   import, replace and register refused
 //   init failed
-//   exception <code> raised during <stage>
+//   main gave no setup procedure
+//   exception <code> raised in <main|setup|handshake|export|import|init>
 //   loaded as <registered name>               (ok)
 #pragma once
 
