@@ -1,0 +1,146 @@
+// Job.cpp: the folio program's job: command line, session, front end.
+#include "Job.h"
+
+#include <unistd.h>
+
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "Session.h"
+#include "batch/CommandLine.h"
+#include "batch/Runner.h"
+#include "batch/Script.h"
+
+namespace folio::app {
+
+#ifdef FOLIO_HAVE_VIEWER
+int runViewer(Session &session, const std::string &file);
+std::vector<std::string> viewerFallbackResources();
+#endif
+
+namespace {
+
+bool readAll(std::istream &in, std::string &text)
+{
+  std::ostringstream s;
+  s << in.rdbuf();
+  text = s.str();
+  return !in.bad();
+}
+
+const char *shortcutFlag(batch::Shortcut s)
+{
+  switch (s) {
+  case batch::Shortcut::CropBBox:
+    return "--crop-bbox";
+  case batch::Shortcut::CropRegion:
+    return "--crop-region";
+  case batch::Shortcut::ResetMediaBox:
+    return "--reset-media-box";
+  case batch::Shortcut::None:
+    break;
+  }
+  return "shortcut";
+}
+
+int runBatch(const batch::Options &o, const batch::Script &script, const std::string &name)
+{
+  SessionOptions so;
+  so.readOnly = o.readOnly;
+  so.pluginDirs = o.pluginDirs;
+  std::unique_ptr<Session> session;
+  try {
+    session = std::make_unique<Session>(so);
+  } catch (const std::exception &e) {
+    std::cerr << "folio: " << e.what() << std::endl;
+    return kExitRunFailed;
+  }
+  int code;
+  {
+    batch::Runner runner(session->app(), std::cout, std::cerr, name, isatty(STDERR_FILENO) == 1);
+    batch::Runner::installInterruptHandler();
+    session->loadPlugins(std::cerr);
+    code = runner.run(script) == 0 ? kExitOk : kExitRunFailed;
+    std::cout.flush();
+    session->closeAll();
+  }
+  return code;
+}
+
+} // namespace
+
+Job::Job(int argc, const char *const *argv) : argc_(argc), argv_(argv) {}
+
+int Job::run()
+{
+  batch::Options o;
+  std::string why;
+  if (!batch::parseCommandLine(argc_, argv_, o, why)) {
+    std::cerr << "folio: " << why << "\n"
+              << "Try 'folio --help' for more information." << std::endl;
+    return kExitUsage;
+  }
+
+  std::string text, name;
+  switch (o.mode) {
+  case batch::Mode::Help:
+    std::cout << batch::usageText();
+    return kExitOk;
+  case batch::Mode::Interactive: {
+#ifdef FOLIO_HAVE_VIEWER
+    SessionOptions so;
+    so.readOnly = o.readOnly;
+    so.pluginDirs = o.pluginDirs;
+    so.mapped = true;
+    so.fallbackResources = viewerFallbackResources();
+    try {
+      Session session(so);
+      return runViewer(session, o.file);
+    } catch (const std::exception &e) {
+      std::cerr << "folio: " << e.what() << std::endl;
+      return kExitRunFailed;
+    }
+#else
+    std::cerr << "folio: the interactive viewer is not available in this build; use --batch, --run or a "
+                 "shortcut (see folio --help)"
+              << std::endl;
+    return kExitRunFailed;
+#endif
+  }
+  case batch::Mode::Batch:
+    name = o.scriptPath;
+    if (o.scriptPath == "-") {
+      readAll(std::cin, text);
+    } else {
+      std::ifstream in(o.scriptPath, std::ios::binary);
+      if (!in || !readAll(in, text)) {
+        std::cerr << "folio: cannot read the script " << o.scriptPath << std::endl;
+        return kExitRunFailed;
+      }
+    }
+    break;
+  case batch::Mode::Run:
+    name = "--run";
+    text = batch::runListToScript(o.runList);
+    break;
+  case batch::Mode::Shortcut:
+    name = shortcutFlag(o.shortcut);
+    text = batch::shortcutScript(o);
+    if (o.printScript) {
+      std::cout << text;
+      return kExitOk;
+    }
+    break;
+  }
+
+  batch::Script script;
+  batch::ParseError pe;
+  if (!batch::parseScript(text, script, pe)) {
+    std::cerr << "folio: " << name << ":" << pe.line << ": " << pe.message << std::endl;
+    return kExitRunFailed;
+  }
+  return runBatch(o, script, name);
+}
+
+} // namespace folio::app

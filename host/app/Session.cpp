@@ -1,0 +1,102 @@
+// Session.cpp: assembling the host (see Session.h).
+#include "Session.h"
+
+#include <stdexcept>
+
+#define FOLIO_HOST_SIDE
+#include "CoreTable.h"
+#include "FolioViewTable.h"
+#include "PDModelTable.h"
+#include "SupportTable.h"
+#include "UnixTable.h"
+#include "core/Configuration.h"
+#include "core/PluginLoader.h"
+#include "core/TableRegistry.h"
+#include "folio/FolioSupportHFT.h"
+#include "folio/FolioViewHFT.h"
+#include "folio/ObjHFT.h"
+#include "folio/PDModelHFT.h"
+#include "folio/UnixHFT.h"
+#include "platform/XSession.h"
+#include "view/Application.h"
+
+namespace folio::app {
+
+Session::Session(const SessionOptions &options)
+{
+  Configuration &config = configuration();
+  if (options.readOnly)
+    config.setEdition(Edition::ReadOnly);
+  for (const std::string &dir : options.pluginDirs)
+    config.addPluginSource(dir, SourceOrigin::CommandLine);
+
+  platform::XSession::Options xo;
+  xo.mapped = options.mapped;
+  xo.fallbackResources = options.fallbackResources;
+  if (options.mapped) {
+    xo.width = 900;
+    xo.height = 700;
+  }
+  try {
+    x_ = platform::XSession::open(xo);
+  } catch (const platform::PlatformError &e) {
+    throw std::runtime_error(e.what());
+  }
+  app_ = std::make_unique<view::Application>();
+  registerTables();
+}
+
+Session::~Session()
+{
+  if (loader_)
+    loader_->unloadAll();
+  closeAll();
+  // The plug-ins stay mapped (the loader never closes an active one), so the
+  // application may go before them; the X session goes last.
+  app_.reset();
+  x_.reset();
+}
+
+void Session::registerTables()
+{
+  TableRegistry &registry = tableRegistry();
+  coreTable(); // "Core" and "Obj", in the process-wide registry
+  auto add = [&](const char *name, FSUns32 version, std::vector<FSProc> entries) {
+    tables_.push_back(std::move(entries));
+    const std::vector<FSProc> &t = tables_.back();
+    if (!registry.find(name, version) && !registry.add(name, version, t.data(), t.size()))
+      throw std::runtime_error(std::string("cannot register the host table ") + name);
+  };
+  add(FolioSupportHFT_NAME, FolioSupportHFT_VERSION, tables::makeFolioSupportTable());
+  add(PDModelHFT_NAME, PDModelHFT_VERSION, tables::makePDModelTable());
+  add(FolioViewHFT_NAME, FolioViewHFT_VERSION, tables::buildFolioViewTable(*app_));
+  add(UnixHFT_NAME, UnixHFT_VERSION, tables::buildUnixTable(x_.get()));
+}
+
+bool Session::loadPlugins(std::ostream &report)
+{
+  Configuration &config = configuration();
+  for (const std::string &w : config.warnings())
+    report << "config: " << w << "\n";
+  loader_ = std::make_unique<PluginLoader>(coreTable());
+  loader_->loadAll(config.pluginSources());
+  bool allOk = true;
+  for (const LoadRecord &r : loader_->report()) {
+    report << "load: " << r.message << "\n";
+    allOk = allOk && r.ok;
+  }
+  report.flush();
+  return allOk;
+}
+
+void Session::closeAll()
+{
+  if (!app_)
+    return;
+  while (!app_->documents().empty()) {
+    if (!app_->closeDocument(app_->documents().back().get(), true))
+      break;
+  }
+}
+
+} // namespace folio::app

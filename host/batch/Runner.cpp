@@ -1,0 +1,567 @@
+// Runner.cpp: the batch front end's replay of a script (see Runner.h).
+#include "Runner.h"
+
+#include <atomic>
+#include <cmath>
+#include <csignal>
+#include <cstdio>
+#include <sstream>
+
+#include "model/ModelError.h"
+
+namespace folio::batch {
+
+namespace {
+
+volatile std::sig_atomic_t gInterrupted = 0;
+
+void onInterrupt(int)
+{
+  if (gInterrupted) {
+    // A second Ctrl-C before the first was taken: stop the usual way.
+    std::signal(SIGINT, SIG_DFL);
+    std::raise(SIGINT);
+    return;
+  }
+  gInterrupted = 1;
+}
+
+std::string quoted(const std::string &s)
+{
+  return "\"" + s + "\"";
+}
+
+std::string joinButtons(const std::vector<std::string> &buttons)
+{
+  std::string s;
+  for (size_t i = 0; i < buttons.size(); ++i) {
+    if (i)
+      s += '|';
+    s += buttons[i];
+  }
+  return s;
+}
+
+FSInt16 clamp16(long v)
+{
+  if (v < -32768)
+    return -32768;
+  if (v > 32767)
+    return 32767;
+  return FSInt16(v);
+}
+
+FVRect normalised(long l, long t, long r, long b)
+{
+  FVRect out;
+  out.left = clamp16(std::min(l, r));
+  out.right = clamp16(std::max(l, r));
+  out.top = clamp16(std::min(t, b));
+  out.bottom = clamp16(std::max(t, b));
+  return out;
+}
+
+} // namespace
+
+std::string formatFixed(Fixed value)
+{
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "%.4f", double(value) / 65536.0);
+  std::string s = buf;
+  while (!s.empty() && s.back() == '0')
+    s.pop_back();
+  if (!s.empty() && s.back() == '.')
+    s.pop_back();
+  if (s == "-0")
+    s = "0";
+  return s;
+}
+
+void Runner::requestCancelFromSignal()
+{
+  gInterrupted = 1;
+}
+
+void Runner::installInterruptHandler()
+{
+  struct sigaction sa {};
+  sa.sa_handler = onInterrupt;
+  sigemptyset(&sa.sa_mask);
+  sa.sa_flags = SA_RESTART;
+  sigaction(SIGINT, &sa, nullptr);
+}
+
+Runner::Runner(view::Application &app, std::ostream &out, std::ostream &err, std::string name,
+               bool progressBar)
+    : app_(app), savedPorts_(app.ports()), out_(out), err_(err), name_(std::move(name)),
+      progressBar_(progressBar)
+{
+  view::Ports p = savedPorts_;
+  p.alerts = this;
+  p.password = this;
+  p.progress = this;
+  p.cancel = this;
+  p.drag = this;
+  p.modifiers = this;
+  app_.setPorts(p);
+}
+
+Runner::~Runner()
+{
+  app_.setPorts(savedPorts_);
+}
+
+bool Runner::error(int line, const std::string &message)
+{
+  if (!failed_) {
+    failed_ = true;
+    out_.flush();
+    err_ << "folio: " << name_ << ":" << line << ": " << message << std::endl;
+  }
+  return false;
+}
+
+int Runner::run(const Script &script)
+{
+  for (const Step &s : script.steps) {
+    currentLine_ = s.line;
+    bool ok = step(s);
+    out_.flush();
+    if (!ok || failed_)
+      return 1;
+  }
+  if (!answers_.empty() || !confirmations_.empty())
+    dropUnusedAnswers();
+  return 0;
+}
+
+view::DocWindow *Runner::activeDoc(const Step &s)
+{
+  view::DocWindow *doc = app_.activeDocument();
+  if (!doc)
+    error(s.line, std::string(opName(s.op)) + ": no document is open");
+  return doc;
+}
+
+bool Runner::step(const Step &s)
+{
+  bool ok = true;
+  try {
+    switch (s.op) {
+    case Op::Open:
+      ok = open(s);
+      break;
+    case Op::Page:
+      ok = goToPage(s);
+      break;
+    case Op::Zoom:
+      ok = zoom(s);
+      break;
+    case Op::Menu:
+      ok = menu(s);
+      break;
+    case Op::Button:
+      ok = button(s);
+      break;
+    case Op::Drag:
+    case Op::Click:
+      ok = pointer(s);
+      break;
+    case Op::Answer:
+      answers_.push_back({s.text, s.line});
+      break;
+    case Op::Confirm:
+      confirmations_.push_back({s.yes, s.line});
+      break;
+    case Op::CancelAt:
+      cancelAt_ = s.number;
+      polls_ = 0;
+      break;
+    case Op::Save:
+      ok = save(s);
+      break;
+    case Op::Revert:
+      ok = revert(s);
+      break;
+    case Op::Snapshot:
+      ok = snapshot(s);
+      break;
+    case Op::ShowBoxes:
+      ok = showBoxes(s);
+      break;
+    }
+  } catch (const std::exception &e) {
+    return error(s.line, e.what());
+  }
+  if (!ok || failed_)
+    return false;
+  // As the viewer repaints after every user action, so the page-view drawing
+  // callbacks run between actions here too.
+  if (view::DocWindow *doc = app_.activeDocument())
+    doc->pageView().drawNow();
+  // Queued answers belong to the action that follows them.
+  if (s.op == Op::Menu || s.op == Op::Button || s.op == Op::Drag || s.op == Op::Click || s.op == Op::Revert)
+    dropUnusedAnswers();
+  return !failed_;
+}
+
+void Runner::dropUnusedAnswers()
+{
+  for (const Answer &a : answers_)
+    out_ << "unused answer: " << a.label << " (line " << a.line << ")\n";
+  for (const Confirmation &c : confirmations_)
+    out_ << "unused answer: " << (c.yes ? "yes" : "no") << " (line " << c.line << ")\n";
+  answers_.clear();
+  confirmations_.clear();
+}
+
+bool Runner::open(const Step &s)
+{
+  password_ = s.password;
+  havePassword_ = !s.password.empty();
+  try {
+    view::DocWindow &doc = app_.openDocument(s.text);
+    out_ << "opened: " << s.text << " (" << doc.pageView().pageCount() << " pages)\n";
+  } catch (const model::ModelError &e) {
+    havePassword_ = false;
+    return error(s.line, "cannot open " + quoted(s.text) + ": " + e.what());
+  }
+  havePassword_ = false;
+  return true;
+}
+
+bool Runner::goToPage(const Step &s)
+{
+  view::DocWindow *doc = activeDoc(s);
+  if (!doc)
+    return false;
+  view::PageView &v = doc->pageView();
+  if (s.number > v.pageCount() || !v.goToPage(int(s.number - 1)))
+    return error(s.line, "page " + std::to_string(s.number) + " is out of range (the document has " +
+                             std::to_string(v.pageCount()) + " pages)");
+  return true;
+}
+
+bool Runner::zoom(const Step &s)
+{
+  view::DocWindow *doc = activeDoc(s);
+  if (!doc)
+    return false;
+  doc->pageView().setZoomPercent(double(s.number));
+  return true;
+}
+
+bool Runner::menu(const Step &s)
+{
+  view::MenuItem *item = app_.menuBar().findItem(s.text);
+  if (!item)
+    return error(s.line, "no menu item named " + quoted(s.text));
+  if (!item->isEnabled())
+    return error(s.line, "menu item " + quoted(s.text) + " is disabled");
+  item->execute();
+  return !failed_;
+}
+
+bool Runner::button(const Step &s)
+{
+  view::ToolButton *b = app_.toolBar().buttonByName(s.text);
+  if (!b)
+    return error(s.line, "no tool bar button named " + quoted(s.text));
+  if (!b->isEnabled())
+    return error(s.line, "tool bar button " + quoted(s.text) + " is disabled");
+  b->execute();
+  return !failed_;
+}
+
+bool Runner::pointer(const Step &s)
+{
+  view::DocWindow *doc = activeDoc(s);
+  if (!doc)
+    return false;
+  view::PageView &v = doc->pageView();
+  double dx1, dy1, dx2, dy2;
+  v.pageToDevice(s.x1, s.y1, dx1, dy1);
+  v.pageToDevice(s.x2, s.y2, dx2, dy2);
+  auto device = [&](double d, FSInt16 &out) {
+    double r = std::round(d); // halves away from zero, as the view rounds
+    if (r < -32768 || r > 32767)
+      return false;
+    out = FSInt16(r);
+    return true;
+  };
+  FSInt16 px, py;
+  if (!device(dx1, px) || !device(dy1, py) || !device(dx2, releaseX_) || !device(dy2, releaseY_))
+    return error(s.line, std::string(opName(s.op)) + ": point outside the view's device range");
+
+  modifierWord_ = 0;
+  if (s.modifiers & ModShift)
+    modifierWord_ |= view::kModShift;
+  if (s.modifiers & ModAlt)
+    modifierWord_ |= view::kModAlt;
+  if (s.modifiers & ModCtrl)
+    modifierWord_ |= view::kModCtrl;
+  pointerActive_ = true;
+  app_.toolAdjustCursor(v, px, py);
+  app_.toolClick(v, px, py, FSInt16(modifierWord_), 1);
+  pointerActive_ = false;
+  modifierWord_ = 0;
+  return !failed_;
+}
+
+bool Runner::save(const Step &s)
+{
+  view::DocWindow *doc = activeDoc(s);
+  if (!doc)
+    return false;
+  if (!app_.saveDocument(*doc, s.hasText ? s.text : std::string()))
+    return error(s.line, "the document was not saved");
+  out_ << "saved: " << (s.hasText ? s.text : doc->document().path()) << "\n";
+  return true;
+}
+
+bool Runner::revert(const Step &s)
+{
+  view::DocWindow *doc = activeDoc(s);
+  if (!doc)
+    return false;
+  const std::string path = doc->document().path();
+  const int page = doc->pageView().pageNumber();
+  const double zoom = doc->pageView().zoomPercent();
+  if (!app_.closeDocument(doc, true))
+    return error(s.line, "revert: the document could not be closed");
+  try {
+    view::DocWindow &again = app_.openDocument(path);
+    again.pageView().setZoomPercent(zoom);
+    again.pageView().goToPage(page);
+  } catch (const model::ModelError &e) {
+    return error(s.line, "revert: cannot open " + quoted(path) + " again: " + e.what());
+  }
+  out_ << "reverted: " << path << "\n";
+  return true;
+}
+
+bool Runner::snapshot(const Step &s)
+{
+  view::DocWindow *doc = activeDoc(s);
+  if (!doc)
+    return false;
+  view::PageView &v = doc->pageView();
+  v.drawNow();
+  std::string why;
+  if (!v.writePng(s.text, &why))
+    return error(s.line, "snapshot: " + why);
+  out_ << "snapshot: " << s.text << "\n";
+  return true;
+}
+
+bool Runner::showBoxes(const Step &s)
+{
+  view::DocWindow *doc = activeDoc(s);
+  if (!doc)
+    return false;
+  model::Document &d = doc->document();
+  const int n = d.pageCount();
+  for (int i = 0; i < n; ++i) {
+    model::Page *p = d.acquirePage(i);
+    FixedRect m = p->mediaBox(), c = p->cropBox();
+    PDRotate r = p->rotate();
+    d.releasePage(p);
+    out_ << "page " << (i + 1) << ": media " << formatFixed(m.left) << " " << formatFixed(m.bottom) << " "
+         << formatFixed(m.right) << " " << formatFixed(m.top) << " crop " << formatFixed(c.left) << " "
+         << formatFixed(c.bottom) << " " << formatFixed(c.right) << " " << formatFixed(c.top) << " rotate "
+         << r << "\n";
+  }
+  return true;
+}
+
+// ---- ports ---------------------------------------------------------------------
+
+int Runner::ask(const view::Question &q)
+{
+  const std::string shown = "question: " + q.message + " [" + joinButtons(q.buttons) + "]";
+  if (failed_)
+    return 0;
+  if (answers_.empty()) {
+    out_ << shown << " -> (no answer)\n";
+    error(currentLine_, "unanswered question " + quoted(q.message) + " [" + joinButtons(q.buttons) +
+                            "]; queue its answer with \"answer LABEL\" before the action");
+    return 0;
+  }
+  Answer a = answers_.front();
+  answers_.pop_front();
+  // The answer may list alternatives ("All|Current"): the first that is a
+  // button of this question is pressed.
+  std::stringstream alternatives(a.label);
+  std::string label;
+  while (std::getline(alternatives, label, '|')) {
+    for (size_t i = 0; i < q.buttons.size(); ++i) {
+      if (q.buttons[i] == label) {
+        out_ << shown << " -> " << label << "\n";
+        return int(i) + 1;
+      }
+    }
+  }
+  out_ << shown << " -> (no such button)\n";
+  error(a.line, "answer " + quoted(a.label) + " is not a button of the question " + quoted(q.message) + " [" +
+                    joinButtons(q.buttons) + "]");
+  return 0;
+}
+
+void Runner::note(const std::string &message)
+{
+  if (failed_)
+    return;
+  if (progShown_ >= 0 && progressBar_) {
+    err_ << "\r\033[K";
+    progShown_ = -1;
+  }
+  out_ << "note: " << message << "\n";
+  out_.flush();
+}
+
+bool Runner::confirm(const std::string &message)
+{
+  if (failed_)
+    return false;
+  if (confirmations_.empty()) {
+    out_ << "confirm: " << message << " -> (no answer)\n";
+    error(currentLine_, "unanswered confirmation " + quoted(message) +
+                            "; queue its answer with \"confirm yes|no\" before the action");
+    return false;
+  }
+  Confirmation c = confirmations_.front();
+  confirmations_.pop_front();
+  out_ << "confirm: " << message << " -> " << (c.yes ? "yes" : "no") << "\n";
+  return c.yes;
+}
+
+void Runner::begin()
+{
+  progDuration_ = 0;
+  progValue_ = 0;
+  progShown_ = -1;
+}
+
+void Runner::end()
+{
+  if (progressBar_ && progShown_ >= 0)
+    drawProgress(true);
+  progShown_ = -1;
+}
+
+void Runner::setDuration(FSInt32 duration)
+{
+  progDuration_ = duration;
+  if (progressBar_)
+    drawProgress(false);
+}
+
+void Runner::setValue(FSInt32 value)
+{
+  progValue_ = value;
+  if (progressBar_)
+    drawProgress(false);
+}
+
+void Runner::drawProgress(bool final)
+{
+  if (final) {
+    err_ << "\r\033[K" << std::flush;
+    return;
+  }
+  if (progDuration_ <= 0)
+    return;
+  int percent = int(std::lround(100.0 * std::max(0, std::min(progValue_, progDuration_)) / progDuration_));
+  if (percent == progShown_)
+    return;
+  progShown_ = percent;
+  const int width = 40;
+  int filled = percent * width / 100;
+  err_ << "\r[" << std::string(size_t(filled), '#') << std::string(size_t(width - filled), ' ') << "] "
+       << progValue_ << "/" << progDuration_ << std::flush;
+}
+
+bool Runner::cancelRequested()
+{
+  ++polls_;
+  if (failed_)
+    return true;
+  if (gInterrupted) {
+    gInterrupted = 0;
+    out_ << "cancel: interrupted at poll " << polls_ << "\n";
+    return true;
+  }
+  if (cancelAt_ > 0 && polls_ >= cancelAt_) {
+    out_ << "cancel: poll " << polls_ << " answers true\n";
+    cancelAt_ = 0;
+    return true;
+  }
+  return false;
+}
+
+FVRect Runner::dragOutNewRect(view::PageView &, FSInt16 x, FSInt16 y)
+{
+  if (!pointerActive_)
+    return normalised(x, y, x, y);
+  return normalised(x, y, releaseX_, releaseY_);
+}
+
+FVRect Runner::dragRect(view::PageView &, FSInt16 x, FSInt16 y, const FVRect &start, FSInt16 dragType,
+                        const FVRect *extrema)
+{
+  long dx = pointerActive_ ? long(releaseX_) - x : 0;
+  long dy = pointerActive_ ? long(releaseY_) - y : 0;
+  long l = start.left, t = start.top, r = start.right, b = start.bottom;
+  switch (dragType) {
+  case fvDragMove:
+    l += dx, r += dx, t += dy, b += dy;
+    break;
+  case fvDragLeftTop:
+    l += dx, t += dy;
+    break;
+  case fvDragRightTop:
+    r += dx, t += dy;
+    break;
+  case fvDragRightBottom:
+    r += dx, b += dy;
+    break;
+  case fvDragLeftBottom:
+    l += dx, b += dy;
+    break;
+  default:
+    break;
+  }
+  if (extrema) {
+    if (dragType == fvDragMove) {
+      // A moved rectangle keeps its size and is pushed back inside.
+      if (l < extrema->left)
+        r += extrema->left - l, l = extrema->left;
+      if (r > extrema->right)
+        l -= r - extrema->right, r = extrema->right;
+      if (t < extrema->top)
+        b += extrema->top - t, t = extrema->top;
+      if (b > extrema->bottom)
+        t -= b - extrema->bottom, b = extrema->bottom;
+    } else {
+      l = std::max<long>(l, extrema->left);
+      r = std::min<long>(r, extrema->right);
+      t = std::max<long>(t, extrema->top);
+      b = std::min<long>(b, extrema->bottom);
+    }
+  }
+  return normalised(l, t, r, b);
+}
+
+FSInt32 Runner::modifiers()
+{
+  return pointerActive_ ? modifierWord_ : 0;
+}
+
+std::optional<std::string> Runner::askPassword(const std::string &, int attempt)
+{
+  if (!havePassword_ || attempt > 1)
+    return std::nullopt;
+  return password_;
+}
+
+} // namespace folio::batch
