@@ -137,6 +137,11 @@ public:
   // application whose callbacks forward to the progress port and remember the
   // duration and current value (getDuration/getCurrValue answer them).
   ProgressMonitor progressMonitor(void **clientData);
+  // What the monitor's callbacks do: remember, then tell the progress port.
+  void progressBegin();
+  void progressEnd();
+  void progressSetDuration(FSInt32 duration);
+  void progressSetValue(FSInt32 value);
   FSInt32 progressDuration() const { return progDuration_; }
   FSInt32 progressValue() const { return progValue_; }
   bool progressActive() const { return progActive_; }

@@ -72,7 +72,9 @@ class DocWindow;
 constexpr int kPageMargin = 8;
 constexpr double kMinZoomPercent = 5.0;
 constexpr double kMaxZoomPercent = 6400.0;
-constexpr int kMaxDeviceExtent = 32000;
+// The largest rendered page side in pixels: the model renders at most 16384
+// pixels across, and device coordinates stay far inside the 16-bit range.
+constexpr int kMaxDeviceExtent = 16000;
 
 // The frame buffer: an RGB raster of the view's device size.
 struct Frame {

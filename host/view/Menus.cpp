@@ -1,0 +1,371 @@
+// Menus.cpp: the menu model (see Menus.h for ownership and index rules).
+#include "Menus.h"
+
+#include <algorithm>
+
+#include "Ports.h"
+#include "core/Callback.h"
+
+namespace folio::view {
+
+std::string shortcutLabel(char shortcut, FSInt16 flags)
+{
+  if (shortcut == 0)
+    return {};
+  std::string label;
+  if (flags & kShortcutCtrl)
+    label += "Ctrl+";
+  if (flags & kShortcutAlt)
+    label += "Alt+";
+  if (flags & kShortcutShift)
+    label += "Shift+";
+  char c = shortcut;
+  if (c >= 'a' && c <= 'z')
+    c = static_cast<char>(c - 'a' + 'A');
+  label += c;
+  return label;
+}
+
+std::string titleWithoutMnemonic(const std::string &title)
+{
+  std::string out;
+  for (size_t i = 0; i < title.size(); ++i) {
+    if (title[i] == '&') {
+      if (i + 1 < title.size() && title[i + 1] == '&') {
+        out += '&';
+        ++i;
+      }
+      continue;
+    }
+    out += title[i];
+  }
+  return out;
+}
+
+char titleMnemonic(const std::string &title)
+{
+  for (size_t i = 0; i + 1 < title.size(); ++i) {
+    if (title[i] == '&') {
+      if (title[i + 1] == '&') {
+        ++i;
+        continue;
+      }
+      return title[i + 1];
+    }
+  }
+  return 0;
+}
+
+// ---- procedures -------------------------------------------------------------
+
+static bool askBool(const ProcBinding &binding, const std::function<bool()> &host, bool absent)
+{
+  if (host)
+    return host();
+  if (!binding.proc)
+    return absent;
+  auto fn = callbackProc<FVComputeEnabledProc>(binding.proc);
+  if (!fn)
+    return absent;
+  return fn(binding.data) != 0;
+}
+
+static void runExecute(const ProcBinding &binding, const std::function<void()> &host)
+{
+  if (host) {
+    host();
+    return;
+  }
+  auto fn = callbackProc<FVExecuteProc>(binding.proc);
+  if (fn)
+    fn(binding.data);
+}
+
+// ---- MenuItem ---------------------------------------------------------------
+
+MenuItem *MenuItem::create(const std::string &title, const std::string &name, Menu *submenu,
+                           bool longMenusOnly, char shortcut, FSInt16 flags, FVIcon icon, ExtensionID owner)
+{
+  auto *item = new MenuItem();
+  item->title_ = title;
+  item->name_ = name;
+  item->longMenusOnly_ = longMenusOnly;
+  item->shortcut_ = shortcut;
+  item->flags_ = flags;
+  item->icon_ = icon;
+  item->owner_ = owner;
+  if (submenu) {
+    item->submenu_ = submenu->acquire();
+    submenu->carrier_ = item;
+  }
+  return item;
+}
+
+MenuItem::~MenuItem()
+{
+  if (submenu_) {
+    if (submenu_->carrier_ == this)
+      submenu_->carrier_ = nullptr;
+    submenu_->release();
+  }
+}
+
+MenuItem *MenuItem::acquire()
+{
+  ++refs_;
+  return this;
+}
+
+void MenuItem::release()
+{
+  if (--refs_ <= 0)
+    delete this;
+}
+
+void MenuItem::removeFromMenu()
+{
+  if (parent_)
+    parent_->remove(this);
+}
+
+void MenuItem::setExecuteProc(FSCallback proc, void *data)
+{
+  execute_ = {proc, data};
+  hostExecute_ = nullptr;
+}
+void MenuItem::setComputeEnabledProc(FSCallback proc, void *data)
+{
+  enabled_ = {proc, data};
+  hostEnabled_ = nullptr;
+}
+void MenuItem::setComputeMarkedProc(FSCallback proc, void *data)
+{
+  marked_ = {proc, data};
+  hostMarked_ = nullptr;
+}
+void MenuItem::setHostExecute(std::function<void()> fn)
+{
+  hostExecute_ = std::move(fn);
+}
+void MenuItem::setHostEnabled(std::function<bool()> fn)
+{
+  hostEnabled_ = std::move(fn);
+}
+void MenuItem::setHostMarked(std::function<bool()> fn)
+{
+  hostMarked_ = std::move(fn);
+}
+
+bool MenuItem::isEnabled() const
+{
+  return askBool(enabled_, hostEnabled_, true);
+}
+bool MenuItem::isMarked() const
+{
+  return askBool(marked_, hostMarked_, false);
+}
+
+void MenuItem::execute()
+{
+  // The procedure may remove this item from its menu (a command that swaps
+  // itself for another); hold it for the length of the call.
+  acquire();
+  runExecute(execute_, hostExecute_);
+  release();
+}
+
+bool MenuItem::runAsUser()
+{
+  if (!isEnabled())
+    return false;
+  execute();
+  return true;
+}
+
+// ---- Menu -------------------------------------------------------------------
+
+Menu *Menu::create(const std::string &title, const std::string &name, ExtensionID owner)
+{
+  auto *menu = new Menu();
+  menu->title_ = title;
+  menu->name_ = name;
+  menu->owner_ = owner;
+  return menu;
+}
+
+Menu::~Menu()
+{
+  auto items = items_;
+  items_.clear();
+  for (MenuItem *item : items) {
+    item->parent_ = nullptr;
+    item->release();
+  }
+}
+
+Menu *Menu::acquire()
+{
+  ++refs_;
+  return this;
+}
+
+void Menu::release()
+{
+  if (--refs_ <= 0)
+    delete this;
+}
+
+MenuBar *Menu::menuBar() const
+{
+  const Menu *m = this;
+  for (int depth = 0; m && depth < 64; ++depth) {
+    if (m->bar_)
+      return m->bar_;
+    m = (m->carrier_ && m->carrier_->parent_) ? m->carrier_->parent_ : nullptr;
+  }
+  return nullptr;
+}
+
+void Menu::insert(MenuItem *item, FSInt32 index)
+{
+  if (!item)
+    return;
+  item->acquire(); // the menu's reference (taken before a possible removal)
+  if (item->parent_)
+    item->parent_->remove(item);
+  FSInt32 n = count();
+  if (index < 0 || index > n)
+    index = n;
+  items_.insert(items_.begin() + index, item);
+  item->parent_ = this;
+  if (MenuBar *bar = menuBar())
+    bar->notifyChanged();
+}
+
+FSInt32 Menu::indexOf(const MenuItem *item) const
+{
+  auto it = std::find(items_.begin(), items_.end(), item);
+  return it == items_.end() ? -1 : static_cast<FSInt32>(it - items_.begin());
+}
+
+void Menu::remove(MenuItem *item)
+{
+  auto it = std::find(items_.begin(), items_.end(), item);
+  if (it == items_.end())
+    return;
+  items_.erase(it);
+  item->parent_ = nullptr;
+  MenuBar *bar = menuBar();
+  item->release();
+  if (bar)
+    bar->notifyChanged();
+}
+
+Menu *Menu::findMenu(const std::string &name)
+{
+  if (name_ == name)
+    return this;
+  for (MenuItem *item : items_) {
+    if (item->submenu_) {
+      if (Menu *found = item->submenu_->findMenu(name))
+        return found;
+    }
+  }
+  return nullptr;
+}
+
+MenuItem *Menu::findItem(const std::string &name)
+{
+  for (MenuItem *item : items_) {
+    if (item->name_ == name)
+      return item;
+  }
+  for (MenuItem *item : items_) {
+    if (item->submenu_) {
+      if (MenuItem *found = item->submenu_->findItem(name))
+        return found;
+    }
+  }
+  return nullptr;
+}
+
+// ---- MenuBar ----------------------------------------------------------------
+
+MenuBar::MenuBar() = default;
+
+MenuBar::~MenuBar()
+{
+  listeners_.clear();
+  auto menus = menus_;
+  menus_.clear();
+  for (Menu *menu : menus) {
+    menu->bar_ = nullptr;
+    menu->release();
+  }
+}
+
+void MenuBar::addMenu(Menu *menu, FSInt32 index)
+{
+  if (!menu)
+    return;
+  FSInt32 n = static_cast<FSInt32>(menus_.size());
+  if (index < 0 || index > n)
+    index = n;
+  menus_.insert(menus_.begin() + index, menu->acquire());
+  menu->bar_ = this;
+  notifyChanged();
+}
+
+Menu *MenuBar::findMenu(const std::string &name)
+{
+  for (Menu *menu : menus_) {
+    if (Menu *found = menu->findMenu(name))
+      return found;
+  }
+  return nullptr;
+}
+
+MenuItem *MenuBar::findItem(const std::string &name)
+{
+  for (Menu *menu : menus_) {
+    if (MenuItem *found = menu->findItem(name))
+      return found;
+  }
+  return nullptr;
+}
+
+Menu *MenuBar::acquireMenuByName(const std::string &name)
+{
+  Menu *menu = findMenu(name);
+  return menu ? menu->acquire() : nullptr;
+}
+
+MenuItem *MenuBar::acquireItemByName(const std::string &name)
+{
+  MenuItem *item = findItem(name);
+  return item ? item->acquire() : nullptr;
+}
+
+int MenuBar::addListener(std::function<void()> fn)
+{
+  int id = nextListener_++;
+  listeners_.emplace_back(id, std::move(fn));
+  return id;
+}
+
+void MenuBar::removeListener(int id)
+{
+  listeners_.erase(std::remove_if(listeners_.begin(), listeners_.end(),
+                                  [id](const auto &entry) { return entry.first == id; }),
+                   listeners_.end());
+}
+
+void MenuBar::notifyChanged()
+{
+  ++revision_;
+  auto listeners = listeners_;
+  for (auto &entry : listeners)
+    entry.second();
+}
+
+} // namespace folio::view

@@ -1,0 +1,517 @@
+// PageView.cpp: the page view's transform, frame buffer and redrawing (see
+// PageView.h for the coordinate spaces and the rounding).
+#include "PageView.h"
+
+#include <png.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "Application.h"
+#include "DocWindow.h"
+#include "model/Handles.h"
+
+namespace folio::view {
+
+namespace {
+
+FSInt16 saturate16(double v)
+{
+  double r = std::round(v); // halves away from zero
+  if (r > 32767.0)
+    return 32767;
+  if (r < -32768.0)
+    return -32768;
+  return static_cast<FSInt16>(r);
+}
+
+Fixed toFixed(double v)
+{
+  double r = std::round(v * 65536.0);
+  if (r > 2147483647.0)
+    return static_cast<Fixed>(0x7FFFFFFF);
+  if (r < -2147483648.0)
+    return static_cast<Fixed>(0x80000000);
+  return static_cast<Fixed>(r);
+}
+
+double fromFixed(Fixed f)
+{
+  return static_cast<double>(f) / 65536.0;
+}
+
+FVRect normalised(const FVRect &r)
+{
+  FVRect n = r;
+  if (n.left > n.right)
+    std::swap(n.left, n.right);
+  if (n.top > n.bottom)
+    std::swap(n.top, n.bottom);
+  return n;
+}
+
+FVRect unite(const FVRect &a, const FVRect &b)
+{
+  return FVRect{std::min(a.left, b.left), std::min(a.top, b.top), std::max(a.right, b.right),
+                std::max(a.bottom, b.bottom)};
+}
+
+uint8_t fixedToByte(Fixed f)
+{
+  double v = fromFixed(f);
+  v = std::clamp(v, 0.0, 1.0);
+  return static_cast<uint8_t>(std::lround(v * 255.0));
+}
+
+} // namespace
+
+PageView::PageView(Application &app, DocWindow &doc) : app_(&app), doc_(&doc)
+{
+  color_.space = PDDeviceRGB; // black
+  page_ = doc_->document().acquirePage(0);
+  doc_->document().addObserver(this);
+  invalidateAll();
+}
+
+PageView::~PageView()
+{
+  doc_->document().removeObserver(this);
+  if (page_)
+    doc_->document().releasePage(page_);
+}
+
+int PageView::pageCount() const
+{
+  return doc_->document().pageCount();
+}
+
+PDPage PageView::pdPage() const
+{
+  return model::toPDPage(page_);
+}
+
+bool PageView::goToPage(int n)
+{
+  if (n < 0 || n >= pageCount())
+    return false;
+  if (n == pageNum_)
+    return true;
+  model::Page *next = doc_->document().acquirePage(n);
+  model::Page *old = page_;
+  page_ = next;
+  pageNum_ = n;
+  if (old)
+    doc_->document().releasePage(old);
+  // Keep the zoom within range for the new page's size.
+  zoom_ = std::clamp(zoom_, kMinZoomPercent, maxZoomPercent());
+  rasterStale_ = true;
+  invalidateAll();
+  return true;
+}
+
+void PageView::geometry(double &x0, double &y0, double &w, double &h) const
+{
+  FixedRect m = page_->mediaBox();
+  x0 = fromFixed(m.left);
+  y0 = fromFixed(m.bottom);
+  w = fromFixed(m.right) - x0;
+  h = fromFixed(m.top) - y0;
+}
+
+int PageView::rotation() const
+{
+  int r = page_->rotate();
+  r = ((r % 360) + 360) % 360;
+  return r - r % 90;
+}
+
+double PageView::maxZoomPercent() const
+{
+  double x0, y0, w, h;
+  geometry(x0, y0, w, h);
+  double side = std::max(w, h);
+  if (side <= 0)
+    return kMaxZoomPercent;
+  return std::clamp(100.0 * kMaxDeviceExtent / side, kMinZoomPercent, kMaxZoomPercent);
+}
+
+double PageView::setZoomPercent(double percent)
+{
+  if (!std::isfinite(percent))
+    percent = 100.0;
+  double z = std::clamp(percent, kMinZoomPercent, maxZoomPercent());
+  if (z != zoom_) {
+    zoom_ = z;
+    rasterStale_ = true;
+    invalidateAll();
+  }
+  return zoom_;
+}
+
+void PageView::setScroll(int x, int y)
+{
+  x = std::clamp(x, -kMaxDeviceExtent, kMaxDeviceExtent);
+  y = std::clamp(y, -kMaxDeviceExtent, kMaxDeviceExtent);
+  if (x == scrollX_ && y == scrollY_)
+    return;
+  scrollX_ = x;
+  scrollY_ = y;
+  invalidateAll();
+}
+
+int PageView::pageDeviceWidth() const
+{
+  double x0, y0, w, h;
+  geometry(x0, y0, w, h);
+  int r = rotation();
+  return static_cast<int>(std::lround((r == 90 || r == 270 ? h : w) * scale()));
+}
+
+int PageView::pageDeviceHeight() const
+{
+  double x0, y0, w, h;
+  geometry(x0, y0, w, h);
+  int r = rotation();
+  return static_cast<int>(std::lround((r == 90 || r == 270 ? w : h) * scale()));
+}
+
+void PageView::setDeviceSize(int width, int height)
+{
+  fixedWidth_ = std::clamp(width, 0, kMaxDeviceExtent * 2);
+  fixedHeight_ = std::clamp(height, 0, kMaxDeviceExtent * 2);
+  invalidateAll();
+}
+
+int PageView::deviceWidth() const
+{
+  return fixedWidth_ > 0 ? fixedWidth_ : pageDeviceWidth() + 2 * kPageMargin;
+}
+
+int PageView::deviceHeight() const
+{
+  return fixedHeight_ > 0 ? fixedHeight_ : pageDeviceHeight() + 2 * kPageMargin;
+}
+
+// ---- the transform ------------------------------------------------------------
+
+void PageView::pageToDevice(double x, double y, double &dx, double &dy) const
+{
+  double x0, y0, w, h;
+  geometry(x0, y0, w, h);
+  double u = x - x0, v = (y0 + h) - y, rx, ry;
+  switch (rotation()) {
+  case 90:
+    rx = h - v;
+    ry = u;
+    break;
+  case 180:
+    rx = w - u;
+    ry = h - v;
+    break;
+  case 270:
+    rx = v;
+    ry = w - u;
+    break;
+  default:
+    rx = u;
+    ry = v;
+    break;
+  }
+  double s = scale();
+  dx = rx * s + (kPageMargin - scrollX_);
+  dy = ry * s + (kPageMargin - scrollY_);
+}
+
+void PageView::deviceToPage(double dx, double dy, double &x, double &y) const
+{
+  double x0, y0, w, h;
+  geometry(x0, y0, w, h);
+  double s = scale();
+  double rx = (dx - (kPageMargin - scrollX_)) / s, ry = (dy - (kPageMargin - scrollY_)) / s, u, v;
+  switch (rotation()) {
+  case 90:
+    u = ry;
+    v = h - rx;
+    break;
+  case 180:
+    u = w - rx;
+    v = h - ry;
+    break;
+  case 270:
+    v = rx;
+    u = w - ry;
+    break;
+  default:
+    u = rx;
+    v = ry;
+    break;
+  }
+  x = x0 + u;
+  y = (y0 + h) - v;
+}
+
+FVRect PageView::rectToDevice(const FixedRect &r) const
+{
+  double ax, ay, bx, by;
+  pageToDevice(fromFixed(r.left), fromFixed(r.top), ax, ay);
+  pageToDevice(fromFixed(r.right), fromFixed(r.bottom), bx, by);
+  return normalised(FVRect{saturate16(ax), saturate16(ay), saturate16(bx), saturate16(by)});
+}
+
+FixedRect PageView::deviceRectToPage(const FVRect &r) const
+{
+  double ax, ay, bx, by;
+  deviceToPage(r.left, r.top, ax, ay);
+  deviceToPage(r.right, r.bottom, bx, by);
+  FixedRect p{toFixed(std::min(ax, bx)), toFixed(std::max(ay, by)), toFixed(std::max(ax, bx)),
+              toFixed(std::min(ay, by))};
+  return p;
+}
+
+// ---- invalidation and redrawing ----------------------------------------------
+
+void PageView::invalidate(const FVRect &area)
+{
+  FVRect a = normalised(area);
+  dirtyRect_ = dirty_ ? unite(dirtyRect_, a) : a;
+  dirty_ = true;
+}
+
+void PageView::invalidateAll()
+{
+  invalidate(FVRect{0, 0, static_cast<FSInt16>(std::min(deviceWidth(), 32767)),
+                    static_cast<FSInt16>(std::min(deviceHeight(), 32767))});
+}
+
+bool PageView::invalidArea(FVRect &area) const
+{
+  if (dirty_)
+    area = dirtyRect_;
+  return dirty_;
+}
+
+void PageView::ensureRaster()
+{
+  if (raster_ && !rasterStale_)
+    return;
+  raster_ = std::make_unique<model::PageRaster>(page_->render(scale()));
+  rasterStale_ = false;
+  ++renders_;
+}
+
+void PageView::ensureFrame()
+{
+  int w = deviceWidth(), h = deviceHeight();
+  if (frame_.width == w && frame_.height == h)
+    return;
+  frame_.width = w;
+  frame_.height = h;
+  frame_.rgb.assign(static_cast<size_t>(w) * h * 3, kBackgroundGrey);
+  invalidateAll();
+}
+
+void PageView::drawNow()
+{
+  if (inRedraw_)
+    return; // the redraw in progress presents what the callbacks drew
+  ensureFrame();
+  if (dirty_) {
+    FVRect area = dirtyRect_;
+    dirty_ = false;
+    redrawArea(area);
+  }
+  if (presentPending_) {
+    presentPending_ = false;
+    app_->present(*this, presentRect_);
+  }
+}
+
+void PageView::redrawArea(const FVRect &requested)
+{
+  // Clip to the frame; nothing to do for an area wholly outside it.
+  int l = std::max<int>(requested.left, 0), t = std::max<int>(requested.top, 0);
+  int r = std::min<int>(requested.right, frame_.width - 1),
+      b = std::min<int>(requested.bottom, frame_.height - 1);
+  if (l > r || t > b)
+    return;
+  ensureRaster();
+  ++redraws_;
+
+  const int ox = kPageMargin - scrollX_, oy = kPageMargin - scrollY_;
+  // The page's shown box in device space: pixels whose centres lie inside it
+  // are shown as rendered, the rest of the media box dimmed.
+  FixedRect shown = page_->shownBox();
+  double ax, ay, bx, by;
+  pageToDevice(fromFixed(shown.left), fromFixed(shown.top), ax, ay);
+  pageToDevice(fromFixed(shown.right), fromFixed(shown.bottom), bx, by);
+  const double sx0 = std::min(ax, bx), sx1 = std::max(ax, bx), sy0 = std::min(ay, by), sy1 = std::max(ay, by);
+
+  const model::PageRaster &ras = *raster_;
+  for (int y = t; y <= b; ++y) {
+    uint8_t *out = frame_.pixel(l, y);
+    int ry = y - oy;
+    bool rowInPage = ry >= 0 && ry < ras.height;
+    bool rowShown = (y + 0.5) > sy0 && (y + 0.5) < sy1;
+    const uint8_t *src = rowInPage ? &ras.rgb[static_cast<size_t>(ry) * ras.stride] : nullptr;
+    for (int x = l; x <= r; ++x, out += 3) {
+      int rx = x - ox;
+      if (!rowInPage || rx < 0 || rx >= ras.width) {
+        out[0] = out[1] = out[2] = kBackgroundGrey;
+        continue;
+      }
+      const uint8_t *p = src + rx * 3;
+      if (rowShown && (x + 0.5) > sx0 && (x + 0.5) < sx1) {
+        out[0] = p[0];
+        out[1] = p[1];
+        out[2] = p[2];
+      } else {
+        out[0] = static_cast<uint8_t>((p[0] + kDimGrey) / 2);
+        out[1] = static_cast<uint8_t>((p[1] + kDimGrey) / 2);
+        out[2] = static_cast<uint8_t>((p[2] + kDimGrey) / 2);
+      }
+    }
+  }
+
+  FVRect area{static_cast<FSInt16>(l), static_cast<FSInt16>(t), static_cast<FSInt16>(r),
+              static_cast<FSInt16>(b)};
+  presentRect_ = presentPending_ ? unite(presentRect_, area) : area;
+  presentPending_ = true;
+
+  // Extensions draw over the page, clipped to the redrawn area.
+  inRedraw_ = true;
+  clipping_ = true;
+  clip_ = area;
+  app_->runDrawingCallbacks(*this, area);
+  clipping_ = false;
+  inRedraw_ = false;
+}
+
+void PageView::colorToRgb(uint8_t out[3]) const
+{
+  switch (color_.space) {
+  case PDDeviceGray:
+    out[0] = out[1] = out[2] = fixedToByte(color_.value[0]);
+    break;
+  case PDDeviceCMYK: {
+    double k = std::clamp(fromFixed(color_.value[3]), 0.0, 1.0);
+    for (int i = 0; i < 3; ++i) {
+      double c = std::clamp(fromFixed(color_.value[i]), 0.0, 1.0);
+      out[i] = static_cast<uint8_t>(std::lround((1.0 - c) * (1.0 - k) * 255.0));
+    }
+    break;
+  }
+  default:
+    for (int i = 0; i < 3; ++i)
+      out[i] = fixedToByte(color_.value[i]);
+    break;
+  }
+}
+
+void PageView::plot(int x, int y, const uint8_t rgb[3])
+{
+  if (x < 0 || y < 0 || x >= frame_.width || y >= frame_.height)
+    return;
+  if (clipping_ && (x < clip_.left || x > clip_.right || y < clip_.top || y > clip_.bottom))
+    return;
+  uint8_t *p = frame_.pixel(x, y);
+  p[0] = rgb[0];
+  p[1] = rgb[1];
+  p[2] = rgb[2];
+  if (!inRedraw_) {
+    FVRect dot{static_cast<FSInt16>(x), static_cast<FSInt16>(y), static_cast<FSInt16>(x),
+               static_cast<FSInt16>(y)};
+    presentRect_ = presentPending_ ? unite(presentRect_, dot) : dot;
+    presentPending_ = true;
+  }
+}
+
+void PageView::drawRectOutline(const FVRect &rect, int lineWidth, const Fixed *dashes, int dashCount)
+{
+  ensureFrame();
+  FVRect n = normalised(rect);
+  uint8_t rgb[3];
+  colorToRgb(rgb);
+  if (lineWidth < 1)
+    lineWidth = 1;
+
+  // Dash pattern in device units; an all-zero pattern draws solid.
+  std::vector<double> pattern;
+  double period = 0;
+  if (dashes && dashCount > 0) {
+    for (int i = 0; i < dashCount; ++i) {
+      double d = std::max(0.0, fromFixed(dashes[i]));
+      pattern.push_back(d);
+      period += d;
+    }
+    if (pattern.size() % 2)
+      pattern.insert(pattern.end(), pattern.begin(), pattern.end()), period *= 2;
+  }
+  auto on = [&](long along) {
+    if (period <= 0)
+      return true;
+    double p = std::fmod(static_cast<double>(along) + 0.5, period);
+    for (size_t i = 0; i < pattern.size(); ++i) {
+      if (p < pattern[i])
+        return i % 2 == 0;
+      p -= pattern[i];
+    }
+    return false;
+  };
+
+  for (int k = 0; k < lineWidth; ++k) {
+    int l = n.left + k, t = n.top + k, r = n.right - k, b = n.bottom - k;
+    if (l > r || t > b)
+      break;
+    // Clockwise from the top-left corner: top, right, bottom, left.
+    long along = 0;
+    for (int x = l; x <= r; ++x, ++along)
+      if (on(along))
+        plot(x, t, rgb);
+    for (int y = t + 1; y <= b; ++y, ++along)
+      if (on(along))
+        plot(r, y, rgb);
+    if (b > t)
+      for (int x = r - 1; x >= l; --x, ++along)
+        if (on(along))
+          plot(x, b, rgb);
+    if (r > l)
+      for (int y = b - 1; y > t; --y, ++along)
+        if (on(along))
+          plot(l, y, rgb);
+  }
+}
+
+void PageView::pageChanged(model::Document &, int pageIndex)
+{
+  if (pageIndex != pageNum_)
+    return;
+  rasterStale_ = true;
+  invalidateAll();
+  if (!inRedraw_)
+    drawNow();
+}
+
+bool PageView::writePng(const std::string &path, std::string *error) const
+{
+  if (frame_.width <= 0 || frame_.height <= 0) {
+    if (error)
+      *error = "the view has not been drawn yet";
+    return false;
+  }
+  png_image image;
+  std::memset(&image, 0, sizeof image);
+  image.version = PNG_IMAGE_VERSION;
+  image.width = static_cast<png_uint_32>(frame_.width);
+  image.height = static_cast<png_uint_32>(frame_.height);
+  image.format = PNG_FORMAT_RGB;
+  if (!png_image_write_to_file(&image, path.c_str(), 0, frame_.rgb.data(), frame_.width * 3, nullptr)) {
+    if (error)
+      *error = std::string("cannot write ") + path + ": " + image.message;
+    png_image_free(&image);
+    return false;
+  }
+  return true;
+}
+
+} // namespace folio::view

@@ -1,0 +1,192 @@
+// ToolBar.cpp: the tool bar model (see ToolBar.h).
+#include "ToolBar.h"
+
+#include <algorithm>
+
+#include "core/Atoms.h"
+#include "core/Callback.h"
+
+namespace folio::view {
+
+static bool askBool(const ProcBinding &binding, const std::function<bool()> &host, bool absent)
+{
+  if (host)
+    return host();
+  auto fn = callbackProc<FVComputeEnabledProc>(binding.proc);
+  return fn ? fn(binding.data) != 0 : absent;
+}
+
+ToolButton *ToolButton::create(FSAtom name, FVIcon icon, bool isSeparator, bool noFlyout)
+{
+  auto *button = new ToolButton();
+  button->name_ = name;
+  if (const char *s = atomString(name))
+    button->nameString_ = s;
+  button->icon_ = icon;
+  button->separator_ = isSeparator;
+  button->noFlyout_ = noFlyout;
+  return button;
+}
+
+void ToolButton::setExecuteProc(FSCallback proc, void *data)
+{
+  execute_ = {proc, data};
+  hostExecute_ = nullptr;
+}
+void ToolButton::setComputeEnabledProc(FSCallback proc, void *data)
+{
+  enabled_ = {proc, data};
+  hostEnabled_ = nullptr;
+}
+void ToolButton::setComputeMarkedProc(FSCallback proc, void *data)
+{
+  marked_ = {proc, data};
+  hostMarked_ = nullptr;
+}
+void ToolButton::setHostExecute(std::function<void()> fn)
+{
+  hostExecute_ = std::move(fn);
+}
+void ToolButton::setHostEnabled(std::function<bool()> fn)
+{
+  hostEnabled_ = std::move(fn);
+}
+void ToolButton::setHostMarked(std::function<bool()> fn)
+{
+  hostMarked_ = std::move(fn);
+}
+
+bool ToolButton::isEnabled() const
+{
+  if (separator_)
+    return false;
+  return askBool(enabled_, hostEnabled_, true);
+}
+
+bool ToolButton::isMarked() const
+{
+  if (separator_)
+    return false;
+  return askBool(marked_, hostMarked_, false);
+}
+
+void ToolButton::execute()
+{
+  if (hostExecute_) {
+    hostExecute_();
+    return;
+  }
+  auto fn = callbackProc<FVExecuteProc>(execute_.proc);
+  if (fn)
+    fn(execute_.data);
+}
+
+bool ToolButton::runAsUser()
+{
+  if (!isEnabled())
+    return false;
+  execute();
+  return true;
+}
+
+ToolBar::ToolBar(int maxButtons) : maxButtons_(maxButtons) {}
+
+ToolBar::~ToolBar()
+{
+  for (ToolButton *b : buttons_)
+    delete b;
+}
+
+int ToolBar::used() const
+{
+  int buttons = 0, separators = 0;
+  for (const ToolButton *b : buttons_)
+    (b->isSeparator() ? separators : buttons) += 1;
+  return buttons + (separators + 1) / 2;
+}
+
+bool ToolBar::isRoomFor(int nButtons, int nSeparators) const
+{
+  int buttons = 0, separators = 0;
+  for (const ToolButton *b : buttons_)
+    (b->isSeparator() ? separators : buttons) += 1;
+  buttons += std::max(0, nButtons);
+  separators += std::max(0, nSeparators);
+  return buttons + (separators + 1) / 2 <= maxButtons_;
+}
+
+void ToolBar::addButton(ToolButton *button, bool before, ToolButton *other)
+{
+  if (!button)
+    return;
+  auto self = std::find(buttons_.begin(), buttons_.end(), button);
+  if (self != buttons_.end())
+    buttons_.erase(self);
+  auto it = std::find(buttons_.begin(), buttons_.end(), other);
+  if (!other || it == buttons_.end())
+    buttons_.insert(before ? buttons_.end() : buttons_.begin(), button);
+  else
+    buttons_.insert(before ? it : it + 1, button);
+  button->bar_ = this;
+  changed();
+}
+
+void ToolBar::removeButton(ToolButton *button)
+{
+  auto it = std::find(buttons_.begin(), buttons_.end(), button);
+  if (it == buttons_.end())
+    return;
+  buttons_.erase(it);
+  delete button;
+  changed();
+}
+
+ToolButton *ToolBar::buttonByName(FSAtom name) const
+{
+  if (name == FSAtomNull)
+    return nullptr;
+  for (ToolButton *b : buttons_) {
+    if (b->name() == name)
+      return b;
+  }
+  return nullptr;
+}
+
+ToolButton *ToolBar::buttonByName(const std::string &name) const
+{
+  for (ToolButton *b : buttons_) {
+    if (b->nameString() == name)
+      return b;
+  }
+  return nullptr;
+}
+
+int ToolBar::indexOf(const ToolButton *button) const
+{
+  auto it = std::find(buttons_.begin(), buttons_.end(), button);
+  return it == buttons_.end() ? -1 : static_cast<int>(it - buttons_.begin());
+}
+
+int ToolBar::addListener(std::function<void()> fn)
+{
+  int id = nextListener_++;
+  listeners_.emplace_back(id, std::move(fn));
+  return id;
+}
+
+void ToolBar::removeListener(int id)
+{
+  listeners_.erase(std::remove_if(listeners_.begin(), listeners_.end(),
+                                  [id](const auto &entry) { return entry.first == id; }),
+                   listeners_.end());
+}
+
+void ToolBar::changed()
+{
+  ++revision_;
+  auto listeners = listeners_;
+  for (auto &entry : listeners)
+    entry.second();
+}
+
+} // namespace folio::view
