@@ -3,8 +3,10 @@
 #include "WindowNames.h"
 
 #include <X11/Xlib.h>
-#include <Xm/MessageB.h>
+#include <Xm/Form.h>
+#include <Xm/Label.h>
 #include <Xm/Protocols.h>
+#include <Xm/PushB.h>
 
 #include <chrono>
 
@@ -16,23 +18,15 @@ struct DialogState {
   int answer = -1; // -1 while the dialog is up
 };
 
-void onButton(Widget, XtPointer client, XtPointer call)
+struct ButtonRef {
+  DialogState *state;
+  int number;
+};
+
+void onButton(Widget, XtPointer client, XtPointer)
 {
-  auto *state = static_cast<DialogState *>(client);
-  auto *cbs = static_cast<XmAnyCallbackStruct *>(call);
-  switch (cbs->reason) {
-  case XmCR_OK:
-    state->answer = 1;
-    break;
-  case XmCR_CANCEL:
-    state->answer = 2;
-    break;
-  case XmCR_HELP:
-    state->answer = 3;
-    break;
-  default:
-    state->answer = 0;
-  }
+  auto *ref = static_cast<ButtonRef *>(client);
+  ref->state->answer = ref->number;
 }
 
 void onClose(Widget, XtPointer client, XtPointer)
@@ -45,6 +39,17 @@ void onClose(Widget, XtPointer client, XtPointer)
 XmString makeString(const std::string &text)
 {
   return XmStringCreateLocalized(const_cast<char *>(text.c_str()));
+}
+
+// Motif's built-in symbols for the four kinds of message.
+Pixmap symbolFor(Widget w, DialogIcon icon)
+{
+  static const char *const names[4] = {"xm_error", "xm_information", "xm_warning", "xm_question"};
+  int kind = static_cast<int>(icon);
+  Pixel fg = 0, bg = 0;
+  XtVaGetValues(w, XmNforeground, &fg, XmNbackground, &bg, NULL);
+  Pixmap p = XmGetPixmap(XtScreen(w), const_cast<char *>(names[kind >= 0 && kind < 4 ? kind : 3]), fg, bg);
+  return p == XmUNSPECIFIED_PIXMAP ? 0 : p;
 }
 
 } // namespace
@@ -85,76 +90,76 @@ int askQuestion(Widget parent, const std::string &title, const std::string &mess
     labels.push_back("OK");
   if (labels.size() > 3)
     labels.resize(3);
+  const int count = static_cast<int>(labels.size());
 
-  XmString msg = makeString(message);
   XmString ttl = makeString(title);
-  Arg args[12];
-  int n = 0;
-  XtSetArg(args[n], XmNmessageString, msg);
-  n++;
-  XtSetArg(args[n], XmNdialogTitle, ttl);
-  n++;
-  XtSetArg(args[n], XmNdialogStyle, XmDIALOG_FULL_APPLICATION_MODAL);
-  n++;
-  XtSetArg(args[n], XmNdeleteResponse, XmDO_NOTHING);
-  n++;
-  XtSetArg(args[n], XmNautoUnmanage, False);
-  n++;
-  XtSetArg(args[n], XmNdefaultButtonType, XmDIALOG_OK_BUTTON);
-  n++;
-  XtSetArg(args[n], XmNnoResize, True);
-  n++;
-  static const unsigned char types[4] = {XmDIALOG_ERROR, XmDIALOG_INFORMATION, XmDIALOG_WARNING,
-                                         XmDIALOG_QUESTION};
-  int kind = static_cast<int>(icon);
-  XtSetArg(args[n], XmNdialogType, types[kind >= 0 && kind < 4 ? kind : 3]);
-  n++;
-  Widget box = XmCreateMessageDialog(parent, const_cast<char *>("question"), args, n);
-  XmStringFree(msg);
+  Widget form = XmCreateFormDialog(parent, const_cast<char *>("question"), nullptr, 0);
+  Widget shell = XtParent(form);
+  XtVaSetValues(form, XmNdialogStyle, XmDIALOG_FULL_APPLICATION_MODAL, XmNdialogTitle, ttl, XmNautoUnmanage,
+                False, XmNnoResize, True, XmNmarginWidth, 14, XmNmarginHeight, 12, XmNfractionBase,
+                count * 10, NULL);
+  XtVaSetValues(shell, XmNdeleteResponse, XmDO_NOTHING, NULL);
   XmStringFree(ttl);
 
-  static const unsigned char kinds[3] = {XmDIALOG_OK_BUTTON, XmDIALOG_CANCEL_BUTTON, XmDIALOG_HELP_BUTTON};
-  Widget used[3] = {nullptr, nullptr, nullptr};
-  for (int i = 0; i < 3; i++) {
-    Widget b = XmMessageBoxGetChild(box, kinds[i]);
-    if (i < static_cast<int>(labels.size())) {
-      XmString s = makeString(labels[i]);
-      XtVaSetValues(b, XmNlabelString, s, NULL);
-      XmStringFree(s);
-      used[i] = b;
-    } else {
-      XtUnmanageChild(b);
-    }
+  Widget symbol = nullptr;
+  Pixmap pixmap = symbolFor(form, icon);
+  if (pixmap)
+    symbol = XtVaCreateManagedWidget("symbol", xmLabelWidgetClass, form, XmNlabelType, XmPIXMAP,
+                                     XmNlabelPixmap, pixmap, XmNtopAttachment, XmATTACH_FORM,
+                                     XmNleftAttachment, XmATTACH_FORM, NULL);
+  XmString msg = makeString(message);
+  Widget text = XtVaCreateManagedWidget(
+      "message", xmLabelWidgetClass, form, XmNlabelString, msg, XmNalignment, XmALIGNMENT_BEGINNING,
+      XmNtopAttachment, XmATTACH_FORM, XmNtopOffset, 6, XmNleftAttachment,
+      symbol ? XmATTACH_WIDGET : XmATTACH_FORM, XmNleftWidget, symbol, XmNleftOffset, symbol ? 12 : 0,
+      XmNrightAttachment, XmATTACH_FORM, NULL);
+  XmStringFree(msg);
+  Widget above = text;
+  if (symbol) {
+    Dimension hs = 0, ht = 0;
+    XtVaGetValues(symbol, XmNheight, &hs, NULL);
+    XtVaGetValues(text, XmNheight, &ht, NULL);
+    if (hs > ht)
+      above = symbol;
   }
 
   DialogState state;
-  XtAddCallback(box, XmNokCallback, onButton, &state);
-  XtAddCallback(box, XmNcancelCallback, onButton, &state);
-  XtAddCallback(box, XmNhelpCallback, onButton, &state);
-  Widget shell = XtParent(box);
+  std::vector<ButtonRef> refs(labels.size());
+  std::vector<Widget> used(labels.size());
+  for (int i = 0; i < count; i++) {
+    refs[i] = {&state, i + 1};
+    XmString s = makeString(labels[i]);
+    used[i] = XtVaCreateManagedWidget(labels[i].c_str(), xmPushButtonWidgetClass, form, XmNlabelString, s,
+                                      XmNtopAttachment, XmATTACH_WIDGET, XmNtopWidget, above, XmNtopOffset,
+                                      16, XmNbottomAttachment, XmATTACH_FORM, XmNleftAttachment,
+                                      XmATTACH_POSITION, XmNleftPosition, i * 10 + 1, XmNrightAttachment,
+                                      XmATTACH_POSITION, XmNrightPosition, i * 10 + 9, XmNshowAsDefault,
+                                      i == 0 ? 1 : 0, XmNdefaultButtonShadowThickness, 1, NULL);
+    XmStringFree(s);
+    XtAddCallback(used[i], XmNactivateCallback, onButton, &refs[i]);
+  }
+  // Return presses the first button; Escape the last one, which declines.
+  XtVaSetValues(form, XmNdefaultButton, used[0], XmNcancelButton, used[count - 1], NULL);
+
   Atom wmDelete = XmInternAtom(XtDisplay(shell), const_cast<char *>("WM_DELETE_WINDOW"), False);
   XmAddWMProtocolCallback(shell, wmDelete, onClose, &state);
 
-  // Escape presses the last button: the one that declines.
-  Widget last = used[labels.size() - 1];
-  XtVaSetValues(box, XmNcancelButton, last, NULL);
-
   if (beep)
     XBell(XtDisplay(parent), 0);
-  XtManageChild(box);
-  for (size_t i = 0; i < labels.size(); i++)
+  XtManageChild(form);
+  for (int i = 0; i < count; i++)
     nameWindow(used[i], labels[i].c_str());
   nameWindow(shell, title.c_str());
   focusWhenViewable(shell, used[0]);
 
-  XtAppContext app = XtWidgetToApplicationContext(box);
+  XtAppContext app = XtWidgetToApplicationContext(form);
   while (state.answer < 0)
     XtAppProcessEvent(app, XtIMAll);
 
-  XtUnmanageChild(box);
+  XtUnmanageChild(form);
   XtDestroyWidget(shell);
-  // Let the destruction and the unmapping reach the server before the
-  // caller redraws what lay beneath.
+  // Let the unmapping reach the server before the caller redraws what lay
+  // beneath.
   XSync(XtDisplay(parent), False);
   return state.answer;
 }
