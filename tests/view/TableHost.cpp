@@ -1,0 +1,107 @@
+// TableHost.cpp: the application behind the table tests (host side).
+#include "TableHost.h"
+
+#include <memory>
+
+#include "Atoms.h"
+#include "FolioViewTable.h"
+#include "ViewTestSupport.h"
+#include "view/Application.h"
+#include "view/Handles.h"
+
+using namespace folio::view;
+
+namespace tablehost {
+
+namespace {
+std::unique_ptr<viewtest::RecordingPorts> gPorts;
+std::unique_ptr<Application> gApp;
+std::vector<FSProc> gTable;
+} // namespace
+
+HFT start()
+{
+  gPorts = std::make_unique<viewtest::RecordingPorts>();
+  gApp = std::make_unique<Application>();
+  gApp->setPorts(gPorts->ports());
+  gTable = folio::tables::buildFolioViewTable(*gApp);
+  return gTable.data();
+}
+
+void stop()
+{
+  gApp.reset();
+  gPorts.reset();
+}
+
+FVDoc openPage(double w, double h, int rotate)
+{
+  std::string path = viewtest::makePdf("t" + std::to_string(gApp->documents().size()) + ".pdf",
+                                       {viewtest::page(0, 0, w, h, rotate)});
+  return toFVDoc(&gApp->openDocument(path));
+}
+
+std::vector<std::string> &log()
+{
+  return gPorts->log;
+}
+void setAnswers(const std::vector<int> &answers)
+{
+  gPorts->answers = answers;
+}
+void setConfirm(bool answer)
+{
+  gPorts->confirmAnswer = answer;
+}
+void setDragResult(FVRect r)
+{
+  gPorts->dragResult = r;
+}
+void setModifiers(FSInt32 word)
+{
+  gPorts->modifierWord = word;
+}
+
+unsigned pixel(int x, int y)
+{
+  const uint8_t *p = gApp->activeDocument()->pageView().frame().pixel(x, y);
+  return (unsigned(p[0]) << 16) | (unsigned(p[1]) << 8) | p[2];
+}
+
+std::vector<std::string> toolBarNames()
+{
+  std::vector<std::string> out;
+  for (ToolButton *b : gApp->toolBar().buttons())
+    out.push_back(b->nameString());
+  return out;
+}
+
+std::vector<std::string> menuNames(const char *menuName)
+{
+  std::vector<std::string> out;
+  if (Menu *m = gApp->menuBar().findMenu(menuName))
+    for (MenuItem *i : m->items())
+      out.push_back(i->name());
+  return out;
+}
+
+int drawingCount()
+{
+  return static_cast<int>(gApp->drawingCount());
+}
+
+int itemRefCount(FVMenuItem item)
+{
+  return fromFVMenuItem(item)->refCount();
+}
+
+FSCallback callback(FSProc proc)
+{
+  return folio::callbackCreate(nullptr, proc);
+}
+FSAtom atom(const char *name)
+{
+  return folio::atomFromString(name);
+}
+
+} // namespace tablehost
