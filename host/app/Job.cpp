@@ -92,7 +92,6 @@ int Job::run()
     SessionOptions so;
     so.readOnly = o.readOnly;
     so.pluginDirs = o.pluginDirs;
-    so.mapped = true;
     so.fallbackResources = viewerFallbackResources();
     try {
       Session session(so);
