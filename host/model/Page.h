@@ -78,6 +78,7 @@ public:
 
 private:
   friend class Document;
+  friend PageImpl *&pageImplSlot(Page &page);
   Page(Document &doc, int index);
   Document *doc_;
   int index_;

@@ -27,6 +27,7 @@ const char kUsage[] =
     "  --frame X0,Y0,X1,Y1,W  a rectangle stroked W wide\n"
     "  --line X0,Y0,X1,Y1,W,CAP  a stroked segment; CAP 0 butt, 1 round, 2 square\n"
     "  --curve X0,Y0,X1,Y1,X2,Y2,X3,Y3,W  a stroked Bezier curve, round caps\n"
+    "  --ellipse CX,CY,RX,RY  a black filled ellipse\n"
     "  --text X,Y,SIZE,WORDS  Helvetica text (letters E F H I L T and spaces)\n"
     "  --ink FILE             write each page's exact ink: 'INDEX X0 Y0 X1 Y1' or 'INDEX blank'\n"
     "  --encrypt USER,OWNER   encrypt (AES-256, with qpdf), modifying forbidden\n"
@@ -122,6 +123,9 @@ int main(int argc, char **argv)
     } else if (a == "--curve") {
       auto v = numbers(next(), 9, "--curve");
       spec.marks.push_back(Mark::curve(v.data(), v[8]));
+    } else if (a == "--ellipse") {
+      auto v = numbers(next(), 4, "--ellipse");
+      spec.marks.push_back(Mark::ellipse(v[0], v[1], v[2], v[3]));
     } else if (a == "--text") {
       std::string t = next();
       size_t c1 = t.find(','), c2 = t.find(',', c1 + 1), c3 = t.find(',', c2 + 1);

@@ -92,11 +92,19 @@ std::string contentOf(const Mark &m)
       << " m " << num(m.p[2]) << " " << num(m.p[3]) << " " << num(m.p[4]) << " " << num(m.p[5]) << " "
       << num(m.p[6]) << " " << num(m.p[7]) << " c S Q\n";
     break;
-  case Mark::FillCurve:
-    s << "q " << num(m.grey) << " g " << num(m.p[0]) << " " << num(m.p[1]) << " m " << num(m.p[2]) << " "
-      << num(m.p[3]) << " " << num(m.p[4]) << " " << num(m.p[5]) << " " << num(m.p[6]) << " " << num(m.p[7])
-      << " c h f Q\n";
+  case Mark::Ellipse: {
+    // Four arcs through the ends of the axes, where their tangents are
+    // parallel to the axes: the extents are exactly the centre +- radii.
+    const double k = 0.5522847498;
+    double cx = m.x0, cy = m.y0, rx = m.x1, ry = m.y1;
+    auto pt = [&](double x, double y) { return num(x) + " " + num(y) + " "; };
+    s << "q " << num(m.grey) << " g " << pt(cx + rx, cy) << "m " << pt(cx + rx, cy + k * ry)
+      << pt(cx + k * rx, cy + ry) << pt(cx, cy + ry) << "c " << pt(cx - k * rx, cy + ry)
+      << pt(cx - rx, cy + k * ry) << pt(cx - rx, cy) << "c " << pt(cx - rx, cy - k * ry)
+      << pt(cx - k * rx, cy - ry) << pt(cx, cy - ry) << "c " << pt(cx + k * rx, cy - ry)
+      << pt(cx + rx, cy - k * ry) << pt(cx + rx, cy) << "c h f Q\n";
     break;
+  }
   case Mark::Text:
     s << "q " << num(m.grey) << " g BT /F1 " << num(m.size) << " Tf " << num(m.x0) << " " << num(m.y0)
       << " Td (" << m.text << ") Tj ET Q\n";
@@ -194,11 +202,14 @@ Mark Mark::curve(const double p[8], double width)
   return m;
 }
 
-Mark Mark::fillCurve(const double p[8])
+Mark Mark::ellipse(double cx, double cy, double rx, double ry)
 {
   Mark m;
-  m.kind = FillCurve;
-  std::copy(p, p + 8, m.p);
+  m.kind = Ellipse;
+  m.x0 = cx;
+  m.y0 = cy;
+  m.x1 = rx;
+  m.y1 = ry;
   return m;
 }
 
@@ -272,8 +283,8 @@ Box markExtent(const Mark &m)
     double h = m.width / 2;
     return {b.x0 - h, b.y0 - h, b.x1 + h, b.y1 + h};
   }
-  case Mark::FillCurve:
-    return bezierBox(m.p);
+  case Mark::Ellipse:
+    return {m.x0 - m.x1, m.y0 - m.y1, m.x0 + m.x1, m.y0 + m.y1};
   case Mark::Text: {
     Box b;
     bool any = false;
@@ -588,8 +599,8 @@ PageSpec mixedPage(int index, uint32_t seed)
       break;
     }
     case 4: {
-      double c[8] = {x(0, 1), y(0, 1), x(0.1, 0.9), y(0.1, 0.9), x(0.1, 0.9), y(0.1, 0.9), x(0, 1), y(0, 1)};
-      p.marks.push_back(Mark::fillCurve(c));
+      double rx = r.quarter(2, 0.15 * (w - 72)), ry = r.quarter(2, 0.15 * (h - 72));
+      p.marks.push_back(Mark::ellipse(x(0.15, 0.85), y(0.15, 0.85), rx, ry));
       break;
     }
     default: {

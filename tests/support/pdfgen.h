@@ -40,12 +40,12 @@ struct Mark {
     StrokeRect, // rectangle box stroked with `width`, mitred corners
     Line,       // segment (x0,y0)-(x1,y1) stroked with `width` and `cap`
     Curve,      // cubic Bezier p0 p1 p2 p3 stroked with `width`, round caps
-    FillCurve,  // closed shape: the Bezier p0..p3, then a straight line back to p0, filled
+    Ellipse,    // filled ellipse of centre (x0, y0) and radii (x1, y1), four Bezier arcs
     Text        // `text` in Helvetica at `size` points, baseline origin (x0, y0)
   } kind = FillRect;
   Box box;                               // FillRect, StrokeRect
   double x0 = 0, y0 = 0, x1 = 0, y1 = 0; // Line; Text origin in x0, y0
-  double p[8] = {0};                     // Curve / FillCurve: x0 y0 x1 y1 x2 y2 x3 y3
+  double p[8] = {0};                     // Curve: x0 y0 x1 y1 x2 y2 x3 y3
   double width = 1;                      // stroke width
   Cap cap = Cap::Butt;
   double grey = 0;  // 0 black, 1 white
@@ -56,7 +56,7 @@ struct Mark {
   static Mark strokeRect(Box b, double width);
   static Mark line(double x0, double y0, double x1, double y1, double width, Cap cap);
   static Mark curve(const double p[8], double width);
-  static Mark fillCurve(const double p[8]);
+  static Mark ellipse(double cx, double cy, double rx, double ry);
   static Mark textAt(double x, double y, double size, const std::string &text);
 };
 

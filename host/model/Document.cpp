@@ -1,0 +1,352 @@
+// Document.cpp: opening, pages, flags, permissions and observers of a
+// document (saving is in Save.cpp).
+#include "Document.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "Engine.h"
+
+namespace folio::model {
+
+namespace {
+
+void quietWarning(void *user, const char *message)
+{
+  auto *d = static_cast<DocumentImpl *>(user);
+  d->lastEngineMessage = message ? message : "";
+}
+
+// What the first and last bytes of the file say, before the engine sees it.
+struct FileLook {
+  bool header = false;  // "%PDF-" in the first 1024 bytes
+  bool trailer = false; // "%%EOF" in the last 1024 bytes
+};
+
+FileLook lookAt(const std::string &path)
+{
+  FileLook look;
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0)
+    return look;
+  char buf[1025];
+  ssize_t n = ::pread(fd, buf, 1024, 0);
+  if (n > 0) {
+    buf[n] = 0;
+    look.header = memmem(buf, static_cast<size_t>(n), "%PDF-", 5) != nullptr;
+  }
+  struct stat st {};
+  if (::fstat(fd, &st) == 0) {
+    off_t from = st.st_size > 1024 ? st.st_size - 1024 : 0;
+    n = ::pread(fd, buf, 1024, from);
+    if (n > 0)
+      look.trailer = memmem(buf, static_cast<size_t>(n), "%%EOF", 5) != nullptr;
+  }
+  ::close(fd);
+  return look;
+}
+
+std::string baseName(const std::string &path)
+{
+  size_t slash = path.find_last_of('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+} // namespace
+
+Fixed toFixed(double v)
+{
+  double f = std::nearbyint(v * 65536.0);
+  if (f >= 2147483647.0)
+    return INT32_MAX;
+  if (f <= -2147483648.0)
+    return INT32_MIN;
+  return static_cast<Fixed>(f);
+}
+
+FixedRect toFixedRect(const fz_rect &r)
+{
+  FixedRect f;
+  f.left = toFixed(r.x0);
+  f.bottom = toFixed(r.y0);
+  f.right = toFixed(r.x1);
+  f.top = toFixed(r.y1);
+  return f;
+}
+
+fz_rect toRect(const FixedRect &r)
+{
+  double l = r.left / 65536.0, rt = r.right / 65536.0, t = r.top / 65536.0, b = r.bottom / 65536.0;
+  return fz_make_rect(static_cast<float>(std::min(l, rt)), static_cast<float>(std::min(b, t)),
+                      static_cast<float>(std::max(l, rt)), static_cast<float>(std::max(b, t)));
+}
+
+pdf_obj *pageObject(DocumentImpl &d, int index, PageImpl *impl)
+{
+  if (impl && impl->page)
+    return impl->page->obj;
+  pdf_obj *obj = nullptr;
+  engineCall(d.ctx, ModelErrorKind::Engine, "Cannot find the page",
+             [&] { obj = pdf_lookup_page_obj(d.ctx, d.doc, index); });
+  return obj;
+}
+
+fz_rect pageMediaBox(DocumentImpl &d, pdf_obj *pageObj)
+{
+  fz_rect r = fz_empty_rect;
+  engineCall(d.ctx, ModelErrorKind::Engine, "Cannot read the media box",
+             [&] { r = pdf_to_rect(d.ctx, pdf_dict_get_inheritable(d.ctx, pageObj, PDF_NAME(MediaBox))); });
+  if (fz_is_empty_rect(r))
+    r = fz_make_rect(0, 0, 612, 792);
+  return r;
+}
+
+Document::Document() : impl_(std::make_unique<DocumentImpl>()) {}
+
+Document::~Document()
+{
+  DocumentImpl &d = *impl_;
+  for (auto &p : pages_) {
+    if (p && p->impl_) {
+      fz_drop_display_list(d.ctx, p->impl_->list);
+      fz_drop_page(d.ctx, reinterpret_cast<fz_page *>(p->impl_->page));
+      delete p->impl_;
+      p->impl_ = nullptr;
+    }
+  }
+  if (d.ctx) {
+    if (d.doc) {
+      if (d.pageTreeLoaded)
+        pdf_drop_page_tree(d.ctx, d.doc);
+      pdf_drop_document(d.ctx, d.doc);
+    }
+    fz_drop_context(d.ctx);
+  }
+}
+
+std::unique_ptr<Document> Document::open(const std::string &path, PasswordPort *passwords, int maxAttempts)
+{
+  const std::string name = baseName(path);
+  struct stat st {};
+  if (::stat(path.c_str(), &st) != 0) {
+    if (errno == EACCES)
+      throw ModelError(ModelErrorKind::PermissionDenied,
+                       "You do not have permission to open \"" + name + "\".");
+    throw ModelError(ModelErrorKind::MissingFile, "The file \"" + name + "\" does not exist.");
+  }
+  if (S_ISDIR(st.st_mode))
+    throw ModelError(ModelErrorKind::NotPdf, "\"" + name + "\" is a folder, not a PDF file.");
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0)
+    throw ModelError(ModelErrorKind::PermissionDenied,
+                     "You do not have permission to open \"" + name + "\".");
+  ::close(fd);
+  if (st.st_size == 0)
+    throw ModelError(ModelErrorKind::EmptyFile, "The file \"" + name + "\" is empty.");
+  FileLook look = lookAt(path);
+  if (!look.header)
+    throw ModelError(ModelErrorKind::NotPdf, "The file \"" + name + "\" is not a PDF file.");
+
+  std::unique_ptr<Document> doc(new Document());
+  DocumentImpl &d = *doc->impl_;
+  d.path = path;
+  d.ctx = fz_new_context(nullptr, nullptr, FZ_STORE_DEFAULT);
+  if (!d.ctx)
+    throw ModelError(ModelErrorKind::Engine, "Not enough memory to open \"" + name + "\".");
+  fz_set_warning_callback(d.ctx, quietWarning, &d);
+  fz_set_error_callback(d.ctx, quietWarning, &d);
+
+  try {
+    engineCall(d.ctx, ModelErrorKind::Damaged, "", [&] { d.doc = pdf_open_document(d.ctx, path.c_str()); });
+  } catch (const ModelError &) {
+    if (!look.trailer)
+      throw ModelError(ModelErrorKind::Truncated,
+                       "The file \"" + name + "\" is truncated: it ends too early.");
+    throw ModelError(ModelErrorKind::Damaged,
+                     "The file \"" + name + "\" is damaged and could not be repaired.");
+  }
+
+  // Passwords: the engine has already tried the empty one.
+  int needs = 0;
+  engineCall(d.ctx, ModelErrorKind::Damaged, "Cannot read the encryption", [&] {
+    needs = pdf_needs_password(d.ctx, d.doc);
+    d.encrypted = d.doc->crypt != nullptr;
+  });
+  if (needs) {
+    int attempt = 1;
+    for (;; ++attempt) {
+      if (!passwords)
+        throw ModelError(ModelErrorKind::PasswordRequired, "\"" + name + "\" is protected by a password.");
+      if (attempt > maxAttempts)
+        throw ModelError(ModelErrorKind::WrongPassword,
+                         "The password for \"" + name + "\" is wrong; the document was not opened.");
+      std::optional<std::string> pw = passwords->askPassword(path, attempt);
+      if (!pw)
+        throw ModelError(ModelErrorKind::PasswordRequired,
+                         "\"" + name + "\" is protected by a password and none was given.");
+      int ok = 0;
+      engineCall(d.ctx, ModelErrorKind::Engine, "Cannot check the password",
+                 [&] { ok = pdf_authenticate_password(d.ctx, d.doc, pw->c_str()); });
+      if (ok) {
+        d.password = *pw;
+        d.owner = (ok & 4) != 0;
+        break;
+      }
+    }
+  } else if (d.encrypted) {
+    // Opened with the empty password: owner rights only if it is the owner's.
+    int ok = 0;
+    engineCall(d.ctx, ModelErrorKind::Engine, "Cannot check the password",
+               [&] { ok = pdf_authenticate_password(d.ctx, d.doc, ""); });
+    d.owner = (ok & 4) != 0;
+  }
+
+  try {
+    engineCall(d.ctx, ModelErrorKind::Damaged, "", [&] {
+      d.pageCount = pdf_count_pages(d.ctx, d.doc);
+      pdf_load_page_tree(d.ctx, d.doc);
+      d.pageTreeLoaded = true;
+    });
+  } catch (const ModelError &) {
+    throw ModelError(ModelErrorKind::Damaged,
+                     "The file \"" + name + "\" is damaged and could not be repaired.");
+  }
+  if (d.pageCount <= 0) {
+    if (!look.trailer)
+      throw ModelError(ModelErrorKind::Truncated,
+                       "The file \"" + name + "\" is truncated: it ends too early.");
+    throw ModelError(ModelErrorKind::Damaged, "The file \"" + name + "\" has no pages that can be read.");
+  }
+  if (pdf_was_repaired(d.ctx, d.doc))
+    doc->flags_ |= PDDocWasRepaired | PDDocRequiresFullSave;
+  doc->pages_.resize(static_cast<size_t>(d.pageCount));
+  doc->file_ = std::make_unique<File>(path, FileSys::defaultFileSys());
+  return doc;
+}
+
+const std::string &Document::path() const
+{
+  return file_->path();
+}
+
+int Document::pageCount() const
+{
+  return impl_->pageCount;
+}
+
+Page *Document::acquirePage(int index)
+{
+  if (index < 0 || index >= impl_->pageCount)
+    throw ModelError(ModelErrorKind::PageOutOfRange,
+                     "There is no page " + std::to_string(index + 1) + " in this document.");
+  auto &slot = pages_[static_cast<size_t>(index)];
+  if (!slot)
+    slot.reset(new Page(*this, index));
+  Page *p = slot.get();
+  if (p->acquires_ == 0 && !p->impl_) {
+    DocumentImpl &d = *impl_;
+    auto *pi = new PageImpl();
+    try {
+      engineCall(d.ctx, ModelErrorKind::Engine, "Cannot load the page",
+                 [&] { pi->page = pdf_load_page(d.ctx, d.doc, index); });
+    } catch (...) {
+      delete pi;
+      throw;
+    }
+    p->impl_ = pi;
+    if (pdf_was_repaired(d.ctx, d.doc))
+      flags_ |= PDDocWasRepaired | PDDocRequiresFullSave;
+  }
+  ++p->acquires_;
+  return p;
+}
+
+void Document::releasePage(Page *page)
+{
+  if (!page)
+    return;
+  if (page->acquires_ <= 0) {
+    if (!page->overReleaseReported_) {
+      page->overReleaseReported_ = true;
+      std::fprintf(stderr, "folio: page %d of \"%s\" released more often than acquired\n", page->index_ + 1,
+                   baseName(path()).c_str());
+    }
+    return;
+  }
+  if (--page->acquires_ == 0 && page->impl_) {
+    DocumentImpl &d = *impl_;
+    fz_drop_display_list(d.ctx, page->impl_->list);
+    fz_drop_page(d.ctx, reinterpret_cast<fz_page *>(page->impl_->page));
+    delete page->impl_;
+    page->impl_ = nullptr;
+  }
+}
+
+FSInt32 Document::flags() const
+{
+  return flags_;
+}
+void Document::setFlags(FSInt32 bits)
+{
+  flags_ |= bits;
+}
+void Document::clearFlags(FSInt32 bits)
+{
+  flags_ &= ~bits;
+}
+
+FSUns32 Document::permissions() const
+{
+  const DocumentImpl &d = *impl_;
+  if (!d.encrypted || d.owner)
+    return static_cast<FSUns32>(pdPermAll);
+  int p = 0;
+  try {
+    engineCall(d.ctx, ModelErrorKind::Engine, "", [&] { p = pdf_document_permissions(d.ctx, d.doc); });
+  } catch (const ModelError &) {
+    p = 0;
+  }
+  return static_cast<FSUns32>(p);
+}
+
+bool Document::isEncrypted() const
+{
+  return impl_->encrypted;
+}
+bool Document::openedAsOwner() const
+{
+  return impl_->owner;
+}
+
+File &Document::file()
+{
+  return *file_;
+}
+
+void Document::addObserver(DocumentObserver *o)
+{
+  if (o && std::find(observers_.begin(), observers_.end(), o) == observers_.end())
+    observers_.push_back(o);
+}
+
+void Document::removeObserver(DocumentObserver *o)
+{
+  observers_.erase(std::remove(observers_.begin(), observers_.end(), o), observers_.end());
+}
+
+void Document::notifyPageChanged(int index)
+{
+  flags_ |= PDDocNeedsSave | PDDocIsModified;
+  std::vector<DocumentObserver *> copy = observers_; // an observer may unsubscribe while told
+  for (DocumentObserver *o : copy)
+    if (std::find(observers_.begin(), observers_.end(), o) != observers_.end())
+      o->pageChanged(*this, index);
+}
+
+} // namespace folio::model

@@ -1,0 +1,72 @@
+// Engine.h: the model's private link to the PDF engine. Included only by the
+// model's own sources; nothing outside host/model sees the engine's headers.
+//
+// Engine calls report failure by a long jump (fz_try / fz_catch). They are
+// made only through engineCall(), whose body holds no C++ objects with
+// destructors, and whose failure is turned into a ModelError after the jump.
+#pragma once
+
+#include <string>
+#include <unordered_map>
+
+extern "C" {
+#include <mupdf/fitz.h>
+#include <mupdf/pdf.h>
+}
+
+#include "ModelError.h"
+#include "folio/FolioTypes.h"
+
+namespace folio::model {
+
+struct DocumentImpl {
+  fz_context *ctx = nullptr;
+  pdf_document *doc = nullptr;
+  std::string path;     // the file the engine reads
+  std::string password; // the password that opened it ("" for none)
+  bool encrypted = false;
+  bool owner = false; // opened with the owner password
+  int pageCount = 0;
+  bool pageTreeLoaded = false;
+  // Crop boxes exactly as the host set them this session: the engine keeps
+  // reals as single floats, which cannot hold every 16.16 value.
+  std::unordered_map<int, FixedRect> cropSet;
+  std::string lastEngineMessage;
+};
+
+struct PageImpl {
+  pdf_page *page = nullptr;
+  fz_display_list *list = nullptr; // contents and annotations in page space
+};
+
+// Runs `body` under the engine's error frame; on an engine error throws
+// ModelError(kind, what + ": " + engine message).
+template <class Body> void engineCall(fz_context *ctx, ModelErrorKind kind, const char *what, Body &&body)
+{
+  char message[256];
+  message[0] = 0;
+  volatile bool failed = false;
+  fz_try(ctx)
+  {
+    body();
+  }
+  fz_catch(ctx)
+  {
+    failed = true;
+    fz_strlcpy(message, fz_caught_message(ctx), sizeof message);
+  }
+  if (failed)
+    throw ModelError(kind, std::string(what) + ": " + message);
+}
+
+// Page-space rectangles between the engine (floats) and the interface (16.16).
+Fixed toFixed(double v);
+FixedRect toFixedRect(const fz_rect &r);
+fz_rect toRect(const FixedRect &r); // normalised
+
+// The page's dictionary (loaded page or page-tree lookup).
+pdf_obj *pageObject(DocumentImpl &d, int index, PageImpl *impl);
+// Media box, normalised; US Letter when missing or empty.
+fz_rect pageMediaBox(DocumentImpl &d, pdf_obj *pageObj);
+
+} // namespace folio::model

@@ -1,0 +1,256 @@
+// Page.cpp: boxes, rotation, the crop-box write, change notification and
+// rendering of a page (the bounding box is in BBox.cpp).
+#include "Page.h"
+
+#include <cmath>
+
+#include "Document.h"
+#include "Engine.h"
+#include "PageEngine.h"
+
+namespace folio::model {
+
+Page::Page(Document &doc, int index) : doc_(&doc), index_(index) {}
+
+Page::~Page() = default; // the document drops the engine data
+
+PageImpl *&pageImplSlot(Page &page)
+{
+  return page.impl_;
+}
+
+PageImpl &loadedPage(Page &page)
+{
+  Document &doc = page.document();
+  DocumentImpl &d = doc.impl();
+  PageImpl *&pi = pageImplSlot(page);
+  if (!pi) {
+    auto *fresh = new PageImpl();
+    try {
+      engineCall(d.ctx, ModelErrorKind::Engine, "Cannot load the page",
+                 [&] { fresh->page = pdf_load_page(d.ctx, d.doc, page.index()); });
+    } catch (...) {
+      delete fresh;
+      throw;
+    }
+    pi = fresh;
+  }
+  return *pi;
+}
+
+fz_display_list *pageDisplayList(Page &page)
+{
+  PageImpl &pi = loadedPage(page);
+  if (pi.list)
+    return pi.list;
+  DocumentImpl &d = page.document().impl();
+  fz_context *ctx = d.ctx;
+  fz_display_list *list = nullptr;
+  engineCall(ctx, ModelErrorKind::Engine, "Cannot read the page contents", [&] {
+    fz_rect bounds;
+    fz_matrix pageCtm;
+    pdf_page_transform(ctx, pi.page, &bounds, &pageCtm);
+    // Undo the engine's own page transform: the list is in page space.
+    fz_matrix toPageSpace = fz_invert_matrix(pageCtm);
+    fz_rect media = pageMediaBox(d, pi.page->obj);
+    list = fz_new_display_list(ctx, media);
+    fz_device *dev = nullptr;
+    fz_var(dev);
+    fz_try(ctx)
+    {
+      dev = fz_new_list_device(ctx, list);
+      pdf_run_page_contents(ctx, pi.page, dev, toPageSpace, nullptr);
+      pdf_run_page_annots(ctx, pi.page, dev, toPageSpace, nullptr);
+      pdf_run_page_widgets(ctx, pi.page, dev, toPageSpace, nullptr);
+      fz_close_device(ctx, dev);
+    }
+    fz_always(ctx)
+    {
+      fz_drop_device(ctx, dev);
+    }
+    fz_catch(ctx)
+    {
+      fz_drop_display_list(ctx, list);
+      list = nullptr;
+      fz_rethrow(ctx);
+    }
+  });
+  pi.list = list;
+  return list;
+}
+
+FixedRect Page::mediaBox() const
+{
+  DocumentImpl &d = doc_->impl();
+  return toFixedRect(pageMediaBox(d, pageObject(d, index_, impl_)));
+}
+
+FixedRect Page::cropBox() const
+{
+  DocumentImpl &d = doc_->impl();
+  auto set = d.cropSet.find(index_);
+  if (set != d.cropSet.end())
+    return set->second;
+  pdf_obj *obj = pageObject(d, index_, impl_);
+  fz_rect crop = fz_empty_rect;
+  bool present = false;
+  engineCall(d.ctx, ModelErrorKind::Engine, "Cannot read the crop box", [&] {
+    pdf_obj *box = pdf_dict_get_inheritable(d.ctx, obj, PDF_NAME(CropBox));
+    present = pdf_is_array(d.ctx, box);
+    if (present)
+      crop = pdf_to_rect(d.ctx, box);
+  });
+  if (!present)
+    return mediaBox();
+  return toFixedRect(crop);
+}
+
+PDRotate Page::rotate() const
+{
+  DocumentImpl &d = doc_->impl();
+  pdf_obj *obj = pageObject(d, index_, impl_);
+  int r = 0;
+  engineCall(d.ctx, ModelErrorKind::Engine, "Cannot read the rotation",
+             [&] { r = pdf_to_int(d.ctx, pdf_dict_get_inheritable(d.ctx, obj, PDF_NAME(Rotate))); });
+  r %= 360;
+  if (r < 0)
+    r += 360;
+  return static_cast<PDRotate>(r);
+}
+
+void Page::setCropBox(const FixedRect &r)
+{
+  DocumentImpl &d = doc_->impl();
+  pdf_obj *obj = pageObject(d, index_, impl_);
+  engineCall(d.ctx, ModelErrorKind::Engine, "Cannot set the crop box", [&] {
+    pdf_obj *box = pdf_dict_put_array(d.ctx, obj, PDF_NAME(CropBox), 4);
+    pdf_array_push_real(d.ctx, box, r.left / 65536.0);
+    pdf_array_push_real(d.ctx, box, r.bottom / 65536.0);
+    pdf_array_push_real(d.ctx, box, r.right / 65536.0);
+    pdf_array_push_real(d.ctx, box, r.top / 65536.0);
+  });
+  d.cropSet[index_] = r;
+}
+
+FixedRect Page::shownBox() const
+{
+  FixedRect media = mediaBox();
+  FixedRect crop = cropBox();
+  // Normalise the crop box as readers do, then clip it to the media box.
+  FixedRect c;
+  c.left = std::max(std::min(crop.left, crop.right), media.left);
+  c.right = std::min(std::max(crop.left, crop.right), media.right);
+  c.bottom = std::max(std::min(crop.bottom, crop.top), media.bottom);
+  c.top = std::min(std::max(crop.bottom, crop.top), media.top);
+  if (c.left >= c.right || c.bottom >= c.top)
+    return media;
+  return c;
+}
+
+void Page::notifyContentsDidChange()
+{
+  doc_->notifyPageChanged(index_);
+}
+
+Affine Affine::inverted() const
+{
+  double det = a * d - b * c;
+  if (det == 0)
+    return Affine{};
+  Affine r;
+  r.a = d / det;
+  r.b = -b / det;
+  r.c = -c / det;
+  r.d = a / det;
+  r.e = -(e * r.a + f * r.c);
+  r.f = -(e * r.b + f * r.d);
+  return r;
+}
+
+Affine Affine::then(const Affine &n) const
+{
+  Affine r;
+  r.a = a * n.a + b * n.c;
+  r.b = a * n.b + b * n.d;
+  r.c = c * n.a + d * n.c;
+  r.d = c * n.b + d * n.d;
+  r.e = e * n.a + f * n.c + n.e;
+  r.f = e * n.b + f * n.d + n.f;
+  return r;
+}
+
+PageRaster Page::render(double zoom)
+{
+  if (!(zoom > 0) || !std::isfinite(zoom))
+    throw ModelError(ModelErrorKind::Engine, "The zoom must be a positive number.");
+  fz_display_list *list = pageDisplayList(*this);
+  DocumentImpl &d = doc_->impl();
+  FixedRect mf = mediaBox();
+  double mx0 = mf.left / 65536.0, my0 = mf.bottom / 65536.0, mx1 = mf.right / 65536.0, my1 = mf.top / 65536.0;
+  double W = (mx1 - mx0) * zoom, H = (my1 - my0) * zoom;
+  int rot = rotate();
+  if (rot % 90 != 0)
+    rot = 0;
+
+  PageRaster out;
+  out.zoom = zoom;
+  out.rotate = rot;
+  // Unrotated: the media box's top-left corner at the origin, y downwards.
+  Affine base{zoom, 0, 0, -zoom, -mx0 * zoom, my1 * zoom};
+  Affine turn; // then turned clockwise by the page's rotation
+  switch (rot) {
+  case 90:
+    turn = Affine{0, 1, -1, 0, H, 0};
+    break;
+  case 180:
+    turn = Affine{-1, 0, 0, -1, W, H};
+    break;
+  case 270:
+    turn = Affine{0, -1, 1, 0, 0, W};
+    break;
+  default:
+    break;
+  }
+  out.pageToRaster = base.then(turn);
+  out.rasterToPage = out.pageToRaster.inverted();
+  double rw = (rot == 90 || rot == 270) ? H : W, rh = (rot == 90 || rot == 270) ? W : H;
+  if (rw > 16384 || rh > 16384)
+    throw ModelError(ModelErrorKind::Engine, "The page is too large to show at this zoom.");
+  out.width = std::max(1, static_cast<int>(std::ceil(rw - 1e-6)));
+  out.height = std::max(1, static_cast<int>(std::ceil(rh - 1e-6)));
+  out.stride = out.width * 3;
+  out.rgb.assign(static_cast<size_t>(out.stride) * static_cast<size_t>(out.height), 255);
+
+  const Affine &t = out.pageToRaster;
+  fz_matrix ctm = fz_make_matrix(static_cast<float>(t.a), static_cast<float>(t.b), static_cast<float>(t.c),
+                                 static_cast<float>(t.d), static_cast<float>(t.e), static_cast<float>(t.f));
+  fz_context *ctx = d.ctx;
+  unsigned char *samples = out.rgb.data();
+  int w = out.width, h = out.height, stride = out.stride;
+  engineCall(ctx, ModelErrorKind::Engine, "Cannot draw the page", [&] {
+    fz_pixmap *pix = nullptr;
+    fz_device *dev = nullptr;
+    fz_var(pix);
+    fz_var(dev);
+    fz_try(ctx)
+    {
+      pix = fz_new_pixmap_with_data(ctx, fz_device_rgb(ctx), w, h, nullptr, 0, stride, samples);
+      dev = fz_new_draw_device(ctx, fz_identity, pix);
+      fz_run_display_list(ctx, list, dev, ctm,
+                          fz_make_rect(0, 0, static_cast<float>(w), static_cast<float>(h)), nullptr);
+      fz_close_device(ctx, dev);
+    }
+    fz_always(ctx)
+    {
+      fz_drop_device(ctx, dev);
+      fz_drop_pixmap(ctx, pix);
+    }
+    fz_catch(ctx)
+    {
+      fz_rethrow(ctx);
+    }
+  });
+  return out;
+}
+
+} // namespace folio::model

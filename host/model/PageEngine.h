@@ -1,0 +1,17 @@
+// PageEngine.h: the engine side of a Page, for the model's own sources.
+#pragma once
+
+#include "Engine.h"
+#include "Page.h"
+
+namespace folio::model {
+
+// The page's engine data slot (null while not loaded).
+PageImpl *&pageImplSlot(Page &page);
+// The page loaded in the engine (loaded on demand, kept until released).
+PageImpl &loadedPage(Page &page);
+// The page's contents and annotations as a display list in page space
+// (built on first use, kept while the page is loaded).
+fz_display_list *pageDisplayList(Page &page);
+
+} // namespace folio::model

@@ -1,0 +1,231 @@
+// Save.cpp: writing a document, safely.
+//
+// The new file is written beside the target under a temporary name, flushed
+// with fsync and renamed over the target, so the target keeps its old bytes
+// on any failure. An incremental save starts the temporary file with the
+// bytes the engine read the document from and lets the engine append the
+// changed objects. After a save the document is read again from the new file,
+// so that the next incremental save appends to what is on disk now.
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "Document.h"
+#include "Engine.h"
+
+namespace folio::model {
+
+namespace {
+
+std::string dirName(const std::string &path)
+{
+  size_t slash = path.find_last_of('/');
+  if (slash == std::string::npos)
+    return ".";
+  if (slash == 0)
+    return "/";
+  return path.substr(0, slash);
+}
+
+std::string baseName(const std::string &path)
+{
+  size_t slash = path.find_last_of('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+[[noreturn]] void saveFailed(const std::string &target, const std::string &why)
+{
+  throw ModelError(ModelErrorKind::SaveFailed, "The document could not be saved to \"" + baseName(target) +
+                                                   "\": " + why + ". The file on disk was not changed.");
+}
+
+bool syncPath(const std::string &path, bool directory)
+{
+  int fd = ::open(path.c_str(), (directory ? O_RDONLY | O_DIRECTORY : O_RDWR) | O_CLOEXEC);
+  if (fd < 0)
+    return false;
+  bool ok = ::fsync(fd) == 0 || (directory && errno == EINVAL);
+  ::close(fd);
+  return ok;
+}
+
+// Copies the bytes the engine reads the document from into `fd`.
+void copyOriginal(DocumentImpl &d, int fd)
+{
+  std::vector<unsigned char> buf(1 << 16);
+  int64_t size = 0;
+  fz_context *ctx = d.ctx;
+  fz_stream *in = d.doc->file;
+  engineCall(ctx, ModelErrorKind::SaveFailed, "cannot read the original", [&] {
+    size = d.doc->file_size;
+    fz_seek(ctx, in, 0, SEEK_SET);
+  });
+  int64_t done = 0;
+  while (done < size) {
+    size_t want = static_cast<size_t>(std::min<int64_t>(static_cast<int64_t>(buf.size()), size - done));
+    size_t got = 0;
+    unsigned char *p = buf.data();
+    engineCall(ctx, ModelErrorKind::SaveFailed, "cannot read the original",
+               [&] { got = fz_read(ctx, in, p, want); });
+    if (got == 0)
+      throw ModelError(ModelErrorKind::SaveFailed, "the original ends early");
+    size_t off = 0;
+    while (off < got) {
+      ssize_t n = ::write(fd, p + off, got - off);
+      if (n < 0) {
+        if (errno == EINTR)
+          continue;
+        throw ModelError(ModelErrorKind::SaveFailed, std::strerror(errno));
+      }
+      off += static_cast<size_t>(n);
+    }
+    done += static_cast<int64_t>(got);
+  }
+}
+
+// The document read again from `path` with `password`; null on failure.
+pdf_document *reopen(fz_context *ctx, const char *path, const char *password)
+{
+  pdf_document *fresh = nullptr;
+  try {
+    engineCall(ctx, ModelErrorKind::Engine, "", [&] {
+      fresh = pdf_open_document(ctx, path);
+      if (pdf_needs_password(ctx, fresh))
+        pdf_authenticate_password(ctx, fresh, password);
+      pdf_load_page_tree(ctx, fresh);
+    });
+  } catch (const ModelError &) {
+    pdf_drop_document(ctx, fresh);
+    return nullptr;
+  }
+  return fresh;
+}
+
+} // namespace
+
+bool Document::save(bool forceFull)
+{
+  return saveAs(path(), forceFull);
+}
+
+bool Document::saveAs(const std::string &target, bool forceFull)
+{
+  DocumentImpl &d = *impl_;
+  fz_context *ctx = d.ctx;
+
+  bool incremental = !forceFull && !(flags_ & PDDocRequiresFullSave);
+  if (incremental) {
+    int can = 0;
+    try {
+      engineCall(ctx, ModelErrorKind::Engine, "",
+                 [&] { can = pdf_can_be_saved_incrementally(ctx, d.doc) && !pdf_was_repaired(ctx, d.doc); });
+    } catch (const ModelError &) {
+      can = 0;
+    }
+    incremental = can != 0;
+  }
+
+  std::string dir = dirName(target);
+  struct stat st {};
+  if (::stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
+    saveFailed(target, "its folder does not exist");
+  std::string temp = dir + "/." + baseName(target) + ".saving-XXXXXX";
+  std::vector<char> tempName(temp.begin(), temp.end());
+  tempName.push_back(0);
+  int fd = ::mkstemp(tempName.data());
+  if (fd < 0)
+    saveFailed(target, std::string("cannot write in its folder (") + std::strerror(errno) + ")");
+  temp = tempName.data();
+  // Keep the target's permission bits when it exists (mkstemp makes 0600).
+  struct stat old {};
+  if (::stat(target.c_str(), &old) == 0)
+    ::fchmod(fd, old.st_mode & 07777);
+  else
+    ::fchmod(
+        fd, 0644 & ~[] {
+          mode_t m = ::umask(0);
+          ::umask(m);
+          return m;
+        }());
+
+  try {
+    if (incremental)
+      copyOriginal(d, fd);
+    if (::close(fd) != 0) {
+      fd = -1;
+      throw ModelError(ModelErrorKind::SaveFailed, std::strerror(errno));
+    }
+    fd = -1;
+    pdf_write_options opts = pdf_default_write_options;
+    if (incremental) {
+      opts.do_incremental = 1;
+    } else {
+      opts.do_garbage = 1;
+      opts.do_compress = 1;
+    }
+    opts.do_encrypt = PDF_ENCRYPT_KEEP;
+    const char *tempPath = temp.c_str();
+    engineCall(ctx, ModelErrorKind::SaveFailed, "cannot write",
+               [&] { pdf_save_document(ctx, d.doc, tempPath, &opts); });
+    if (!syncPath(temp, false))
+      throw ModelError(ModelErrorKind::SaveFailed,
+                       std::string("cannot flush (") + std::strerror(errno) + ")");
+    if (::rename(temp.c_str(), target.c_str()) != 0)
+      throw ModelError(ModelErrorKind::SaveFailed,
+                       std::string("cannot replace it (") + std::strerror(errno) + ")");
+  } catch (const ModelError &e) {
+    if (fd >= 0)
+      ::close(fd);
+    ::unlink(temp.c_str());
+    saveFailed(target, e.what());
+  }
+  syncPath(dir, true);
+
+  // Read the document again from what is now on disk. Pages keep their
+  // objects and acquire counts; their engine data is reloaded on demand.
+  for (auto &p : pages_) {
+    if (p && p->impl_) {
+      fz_drop_display_list(ctx, p->impl_->list);
+      fz_drop_page(ctx, reinterpret_cast<fz_page *>(p->impl_->page));
+      delete p->impl_;
+      p->impl_ = nullptr;
+    }
+  }
+  pdf_document *fresh = reopen(ctx, target.c_str(), d.password.c_str());
+  bool reopened = fresh != nullptr;
+  if (reopened) {
+    if (d.pageTreeLoaded)
+      pdf_drop_page_tree(ctx, d.doc);
+    pdf_drop_document(ctx, d.doc);
+    d.doc = fresh;
+    d.pageTreeLoaded = true;
+    d.path = target;
+  }
+  // Pages whose engine data was dropped while acquired get it back now.
+  for (auto &p : pages_) {
+    if (p && p->acquires_ > 0 && !p->impl_) {
+      auto *pi = new PageImpl();
+      int index = p->index_;
+      try {
+        engineCall(ctx, ModelErrorKind::Engine, "", [&] { pi->page = pdf_load_page(ctx, d.doc, index); });
+        p->impl_ = pi;
+      } catch (const ModelError &) {
+        delete pi;
+      }
+    }
+  }
+  file_->setPath(target);
+  flags_ &= ~(PDDocNeedsSave | PDDocIsModified);
+  if (!reopened)
+    flags_ |= PDDocRequiresFullSave;
+  std::vector<DocumentObserver *> copy = observers_;
+  for (DocumentObserver *o : copy)
+    o->documentSaved(*this, target.c_str());
+  return incremental;
+}
+
+} // namespace folio::model
