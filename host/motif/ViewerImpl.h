@@ -1,0 +1,191 @@
+// ViewerImpl.h: the inside of the Motif viewer (MotifViewer.h), shared by
+// its source files: ViewerMain.cpp (window, page area, keys, main loop),
+// ViewerMenus.cpp (menu bar and tool bar mirrored from the view layer's
+// models) and ViewerPorts.cpp (the view layer's ports).
+//
+// Device space of the shown page view is the drawing area's window space:
+// the view's frame has the area's size, so a pixel (x, y) of the frame is
+// the window's pixel (x, y).
+#pragma once
+
+#include "motif/DragLoops.h"
+#include "motif/FramePresenter.h"
+#include "motif/MotifViewer.h"
+#include "motif/ProgressDialog.h"
+#include "view/Application.h"
+#include "view/Ports.h"
+
+#include <Xm/Xm.h>
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace folio::platform {
+class XSession;
+}
+
+namespace folio::motif {
+
+// Times of redraws, for the --redraw-stats report.
+struct RedrawStats {
+  std::vector<double> redrawMs;     // redraws of a page already rendered
+  std::vector<double> pageChangeMs; // showing another page (render included)
+  std::vector<double> presentMs;    // copying the frame to the window
+  std::string report(bool sharedMemory) const;
+};
+
+// One menu widget mirrored from a view::Menu.
+struct MenuWidgets {
+  view::Menu *menu = nullptr;
+  Widget pulldown = nullptr;
+  std::vector<std::pair<view::MenuItem *, Widget>> items; // leaf and cascade items
+};
+
+struct ToolWidget {
+  view::ToolButton *button = nullptr;
+  Widget widget = nullptr;
+  bool marked = false;
+  bool enabled = true;
+};
+
+class ViewerPorts;
+
+struct Viewer::Impl : view::ApplicationListener {
+  Impl(view::Application &app, platform::XSession &session, const ViewerOptions &options);
+  ~Impl() override;
+
+  // ---- ViewerMain.cpp ----------------------------------------------------
+  void buildWindow();
+  int run(const std::vector<std::string> &files);
+  // Brings widgets up to date with the model after each event.
+  void sync();
+  view::PageView *shownView() const;
+  // Redraws what the shown view has invalid, timing it.
+  void redrawPending();
+  void presentArea(view::PageView &view, const FVRect &area);
+  void showDocument(view::DocWindow *doc);
+  void fitScroll(bool centre);
+  void updateScrollBars();
+  void updateStatus();
+  void updateTitle();
+  bool handleKey(XEvent &ev);
+  void scrollBy(int dx, int dy);
+  void goToPage(int n);
+  void setZoom(double percent);
+  void zoomStep(int direction);
+  void fitWidth();
+  void fitPage();
+  void askGoToPage();
+  void openFile();
+  void saveAs();
+  void quit();
+  std::string askFileName(const std::string &title, bool forSave);
+
+  static void onExpose(Widget, XtPointer, XtPointer);
+  static void onResize(Widget, XtPointer, XtPointer);
+  static void onInput(Widget, XtPointer, XEvent *, Boolean *);
+  static void onScroll(Widget, XtPointer, XtPointer);
+
+  // ---- ViewerMenus.cpp -----------------------------------------------------
+  void addViewMenu();
+  void rebuildMenus();
+  void buildPulldown(MenuWidgets &mw, view::Menu *menu);
+  void refreshMenu(Widget pulldown);
+  void rebuildToolBar();
+  void refreshToolBar();
+  bool runShortcut(char key, FSInt16 flags);
+  void nameMenuWindows();
+  static void onCascading(Widget, XtPointer, XtPointer);
+  static void onMenuItem(Widget, XtPointer, XtPointer);
+  static void onToolButton(Widget, XtPointer, XtPointer);
+
+  // ---- ApplicationListener -------------------------------------------------
+  void documentOpened(view::DocWindow &doc) override;
+  void documentClosing(view::DocWindow &doc) override;
+  void activeDocumentChanged(view::DocWindow *doc) override;
+
+  view::Application &app;
+  platform::XSession &session;
+  ViewerOptions options;
+  XtAppContext appContext = nullptr;
+  Display *display = nullptr;
+  Widget shell = nullptr;
+  Widget mainWindow = nullptr;
+  Widget menuBar = nullptr;
+  Widget toolBar = nullptr;
+  Widget area = nullptr;
+  Widget hScroll = nullptr;
+  Widget vScroll = nullptr;
+  Widget status = nullptr;
+
+  std::unique_ptr<FramePresenter> presenter;
+  std::unique_ptr<ProgressDialog> progress;
+  std::unique_ptr<ViewerPorts> ports;
+
+  std::vector<std::unique_ptr<MenuWidgets>> menus;
+  std::map<Widget, MenuWidgets *> pulldowns;
+  std::vector<Widget> menuTitles;
+  std::vector<ToolWidget> tools;
+  std::vector<Pixmap> toolPixmaps;
+  int menuListener = 0;
+  int toolListener = 0;
+  bool menusDirty = true;
+  bool toolBarDirty = true;
+  view::Menu *viewMenu = nullptr;
+
+  view::DocWindow *shown = nullptr;
+  int areaWidth = 0;
+  int areaHeight = 0;
+  bool quitting = false;
+  bool inScrollUpdate = false;
+  std::string lastStatus;
+  std::string lastTitle;
+  Time lastClickTime = 0;
+  int lastClickX = -100, lastClickY = -100, clickCount = 0;
+  RedrawStats stats;
+  bool pageChangePending = false;
+};
+
+// The view layer's ports, implemented with the viewer's widgets.
+class ViewerPorts : public view::AlertPort,
+                    public view::ProgressPort,
+                    public view::CancelPort,
+                    public view::DragPort,
+                    public view::ModifierPort,
+                    public view::CursorPort,
+                    public view::PresentPort {
+public:
+  explicit ViewerPorts(Viewer::Impl &viewer) : v_(viewer) {}
+  view::Ports ports();
+
+  int ask(const view::Question &question) override;
+  void note(const std::string &message) override;
+  bool confirm(const std::string &message) override;
+  void begin() override;
+  void end() override;
+  void setDuration(FSInt32 duration) override;
+  void setValue(FSInt32 value) override;
+  bool cancelRequested() override;
+  FVRect dragOutNewRect(view::PageView &view, FSInt16 x, FSInt16 y) override;
+  FVRect dragRect(view::PageView &view, FSInt16 x, FSInt16 y, const FVRect &start, FSInt16 dragType,
+                  const FVRect *extrema) override;
+  FSInt32 modifiers() override;
+  void setCursor(FVCursor cursor) override;
+  FVCursor standardCursor(FSInt32 cursorID) override;
+  void present(view::PageView &view, const FVRect &area) override;
+
+private:
+  DragContext dragContext(view::PageView &view, const FVRect *extrema);
+  Viewer::Impl &v_;
+  int progressDepth_ = 0;
+};
+
+// The modifier word of the view layer from an X key/button state.
+FSInt32 modifierWord(unsigned int state);
+// The shortcut flags of the view layer from an X key state.
+FSInt16 shortcutFlags(unsigned int state);
+
+} // namespace folio::motif

@@ -1,0 +1,796 @@
+// The Motif viewer: main window, page area, keys, status line, main loop.
+#include "ViewerImpl.h"
+
+#include "motif/Dialogs.h"
+#include "motif/WindowNames.h"
+#include "platform/XSession.h"
+#include "view/DocWindow.h"
+#include "view/PageView.h"
+
+#include <X11/Xlib.h>
+#include <X11/keysym.h>
+#include <Xm/DrawingA.h>
+#include <Xm/FileSB.h>
+#include <Xm/Label.h>
+#include <Xm/MainW.h>
+#include <Xm/Protocols.h>
+#include <Xm/RowColumn.h>
+#include <Xm/ScrollBar.h>
+#include <Xm/SelectioB.h>
+#include <Xm/TextF.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+namespace folio::motif {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double msSince(Clock::time_point t0)
+{
+  return std::chrono::duration<double, std::milli>(Clock::now() - t0).count();
+}
+
+const double kZoomSteps[] = {10,  25,  33.33, 50,  66.67, 75,   100,  125,  150,
+                             200, 300, 400,   600, 800,   1200, 1600, 3200, 6400};
+
+double percentile(std::vector<double> v, double p)
+{
+  if (v.empty())
+    return 0;
+  std::sort(v.begin(), v.end());
+  // Nearest rank.
+  size_t rank = static_cast<size_t>(std::ceil(p / 100.0 * v.size()));
+  return v[std::clamp<size_t>(rank, 1, v.size()) - 1];
+}
+
+std::string points(Fixed f)
+{
+  char buf[32];
+  std::snprintf(buf, sizeof buf, "%.2f", f / 65536.0);
+  std::string s = buf;
+  while (!s.empty() && s.back() == '0')
+    s.pop_back();
+  if (!s.empty() && s.back() == '.')
+    s.pop_back();
+  return s;
+}
+
+} // namespace
+
+std::string RedrawStats::report(bool sharedMemory) const
+{
+  std::ostringstream out;
+  char line[200];
+  auto row = [&](const char *what, const std::vector<double> &v) {
+    std::snprintf(line, sizeof line, "%-13s n=%-5zu median=%.3f ms  p95=%.3f ms  max=%.3f ms\n", what,
+                  v.size(), percentile(v, 50), percentile(v, 95),
+                  v.empty() ? 0.0 : *std::max_element(v.begin(), v.end()));
+    out << line;
+  };
+  out << "folio redraw statistics (" << (sharedMemory ? "MIT-SHM" : "XPutImage") << ")\n";
+  row("redraw", redrawMs);
+  row("page change", pageChangeMs);
+  row("present", presentMs);
+  return out.str();
+}
+
+ViewerOptions ViewerOptions::fromEnvironment()
+{
+  ViewerOptions o;
+  if (const char *s = std::getenv("FOLIO_REDRAW_STATS"); s && *s && std::string(s) != "0") {
+    o.redrawStats = true;
+    if (std::string(s) != "1")
+      o.statsPath = s;
+  }
+  return o;
+}
+
+std::vector<std::string> Viewer::fallbackResources()
+{
+  return {
+      "*renderTable: xft",
+      "*xft.fontType: FONT_IS_XFT",
+      "*xft.fontName: DejaVu Sans",
+      "*xft.fontSize: 10",
+      "*toolTipEnable: True",
+      "*toolTipPostDelay: 600",
+      "*TipShell*background: #ffffe0",
+      "*background: #d8d8d8",
+      "*toolbar*selectColor: #a8b8d0",
+      "*area.background: #808080",
+  };
+}
+
+Viewer::Viewer(view::Application &app, platform::XSession &session, const ViewerOptions &options)
+    : impl_(std::make_unique<Impl>(app, session, options))
+{
+}
+
+Viewer::~Viewer() = default;
+
+int Viewer::run(const std::vector<std::string> &files)
+{
+  return impl_->run(files);
+}
+
+// ---- construction ---------------------------------------------------------------------
+
+Viewer::Impl::Impl(view::Application &a, platform::XSession &s, const ViewerOptions &o)
+    : app(a), session(s), options(o)
+{
+  appContext = session.appContext();
+  display = session.display();
+  shell = session.shell();
+  progress = std::make_unique<ProgressDialog>(shell);
+  ports = std::make_unique<ViewerPorts>(*this);
+  app.setPorts(ports->ports());
+  app.addListener(this);
+  addViewMenu();
+  buildWindow();
+  menuListener = app.menuBar().addListener([this] { menusDirty = true; });
+  toolListener = app.toolBar().addListener([this] { toolBarDirty = true; });
+
+  // The host's file commands need a file name: the viewer asks for one.
+  if (view::MenuItem *open = app.menuBar().findItem("Open"))
+    open->setHostExecute([this] { openFile(); });
+  if (view::MenuItem *saveAsItem = app.menuBar().findItem("SaveAs"))
+    saveAsItem->setHostExecute([this] { saveAs(); });
+  if (view::MenuItem *quitItem = app.menuBar().findItem("Quit"))
+    quitItem->setHostExecute([this] { quit(); });
+}
+
+Viewer::Impl::~Impl()
+{
+  app.menuBar().removeListener(menuListener);
+  app.toolBar().removeListener(toolListener);
+  app.removeListener(this);
+  app.setPorts({});
+  if (options.redrawStats) {
+    std::string text = stats.report(presenter && presenter->usesSharedMemory());
+    if (options.statsPath.empty()) {
+      std::cerr << text;
+    } else {
+      std::ofstream out(options.statsPath);
+      out << text;
+    }
+  }
+  presenter.reset();
+  progress.reset();
+  for (Pixmap p : toolPixmaps)
+    XFreePixmap(display, p);
+}
+
+void Viewer::Impl::buildWindow()
+{
+  XtVaSetValues(shell, XmNwidth, options.width, XmNheight, options.height, XmNtitle, "Folio", XmNiconName,
+                "Folio", XmNallowShellResize, False, XmNdeleteResponse, XmDO_NOTHING, NULL);
+  mainWindow = XtVaCreateWidget("main", xmMainWindowWidgetClass, shell, XmNscrollingPolicy,
+                                XmAPPLICATION_DEFINED, XmNshowSeparator, True, NULL);
+  menuBar = XmCreateMenuBar(mainWindow, const_cast<char *>("menubar"), nullptr, 0);
+  XtManageChild(menuBar);
+  toolBar =
+      XtVaCreateManagedWidget("toolbar", xmRowColumnWidgetClass, mainWindow, XmNorientation, XmHORIZONTAL,
+                              XmNpacking, XmPACK_TIGHT, XmNspacing, 2, XmNmarginHeight, 2, NULL);
+  area = XtVaCreateManagedWidget("area", xmDrawingAreaWidgetClass, mainWindow, XmNresizePolicy, XmRESIZE_NONE,
+                                 XmNtraversalOn, False, XmNmarginWidth, 0, XmNmarginHeight, 0, NULL);
+  hScroll = XtVaCreateManagedWidget("hscroll", xmScrollBarWidgetClass, mainWindow, XmNorientation,
+                                    XmHORIZONTAL, NULL);
+  vScroll = XtVaCreateManagedWidget("vscroll", xmScrollBarWidgetClass, mainWindow, XmNorientation, XmVERTICAL,
+                                    NULL);
+  XmString empty = XmStringCreateLocalized(const_cast<char *>(" "));
+  status = XtVaCreateManagedWidget("status", xmLabelWidgetClass, mainWindow, XmNlabelString, empty,
+                                   XmNalignment, XmALIGNMENT_BEGINNING, XmNmarginWidth, 6, NULL);
+  XmStringFree(empty);
+  XtVaSetValues(mainWindow, XmNmenuBar, menuBar, XmNcommandWindow, toolBar, XmNworkWindow, area,
+                XmNhorizontalScrollBar, hScroll, XmNverticalScrollBar, vScroll, XmNmessageWindow, status,
+                NULL);
+  for (Widget sb : {hScroll, vScroll}) {
+    XtAddCallback(sb, XmNvalueChangedCallback, onScroll, this);
+    XtAddCallback(sb, XmNdragCallback, onScroll, this);
+  }
+  XtAddCallback(area, XmNexposeCallback, onExpose, this);
+  XtAddCallback(area, XmNresizeCallback, onResize, this);
+  XtAddEventHandler(area, ButtonPressMask | PointerMotionMask | EnterWindowMask, False, onInput, this);
+  XtManageChild(mainWindow);
+
+  Atom wmDelete = XmInternAtom(display, const_cast<char *>("WM_DELETE_WINDOW"), False);
+  XmAddWMProtocolCallback(
+      shell, wmDelete, [](Widget, XtPointer c, XtPointer) { static_cast<Impl *>(c)->quit(); }, this);
+  rebuildMenus();
+  rebuildToolBar();
+  XtRealizeWidget(shell); // realises the new children of the realised shell
+
+  XWindowAttributes attrs;
+  XGetWindowAttributes(display, XtWindow(area), &attrs);
+  presenter = std::make_unique<FramePresenter>(display, XtWindow(area), attrs.visual, attrs.depth);
+  nameWindow(area, "page view");
+  nameMenuWindows();
+  refreshToolBar();
+}
+
+// ---- the main loop ------------------------------------------------------------------------
+
+int Viewer::Impl::run(const std::vector<std::string> &files)
+{
+  XtPopup(shell, XtGrabNone);
+  XtMapWidget(shell);
+  focusWhenViewable(shell, nullptr);
+  for (const auto &f : files)
+    if (!f.empty())
+      app.openDocumentReporting(f);
+  while (!quitting) {
+    sync();
+    XEvent ev;
+    XtAppNextEvent(appContext, &ev);
+    if (ev.type == KeyPress && handleKey(ev))
+      continue;
+    // Only the latest pointer position matters for the cursor.
+    if (ev.type == MotionNotify)
+      while (XCheckTypedWindowEvent(display, ev.xmotion.window, MotionNotify, &ev)) {
+      }
+    XtDispatchEvent(&ev);
+  }
+  XtUnmapWidget(shell);
+  XSync(display, False);
+  return 0;
+}
+
+void Viewer::Impl::sync()
+{
+  if (menusDirty)
+    rebuildMenus();
+  if (toolBarDirty)
+    rebuildToolBar();
+  // The active document may have changed behind our back (Revert closes and
+  // reopens it).
+  view::DocWindow *active = app.activeDocument();
+  if (active != shown)
+    showDocument(active);
+  redrawPending();
+  refreshToolBar();
+  updateScrollBars();
+  updateStatus();
+  updateTitle();
+  XFlush(display);
+}
+
+view::PageView *Viewer::Impl::shownView() const
+{
+  return shown ? &shown->pageView() : nullptr;
+}
+
+void Viewer::Impl::redrawPending()
+{
+  view::PageView *v = shownView();
+  if (!v || areaWidth <= 0 || areaHeight <= 0)
+    return;
+  FVRect dirty;
+  if (!v->invalidArea(dirty))
+    return;
+  unsigned rendersBefore = v->renderCount();
+  auto t0 = Clock::now();
+  v->drawNow();
+  XSync(display, False); // the pixels are on the server: the time a user waits
+  double ms = msSince(t0);
+  if (options.redrawStats) {
+    if (pageChangePending || v->renderCount() != rendersBefore)
+      stats.pageChangeMs.push_back(ms);
+    else
+      stats.redrawMs.push_back(ms);
+  }
+  pageChangePending = false;
+}
+
+// ---- documents ----------------------------------------------------------------------------
+
+void Viewer::Impl::documentOpened(view::DocWindow &) {}
+
+void Viewer::Impl::documentClosing(view::DocWindow &doc)
+{
+  if (&doc == shown)
+    shown = nullptr;
+}
+
+void Viewer::Impl::activeDocumentChanged(view::DocWindow *) {}
+
+void Viewer::Impl::showDocument(view::DocWindow *doc)
+{
+  shown = doc;
+  view::PageView *v = shownView();
+  if (!v) {
+    // Nothing to show: a plain grey area.
+    if (XtIsRealized(area))
+      XClearWindow(display, XtWindow(area));
+    return;
+  }
+  v->setDeviceSize(areaWidth, areaHeight);
+  fitScroll(true);
+  v->invalidateAll();
+  pageChangePending = true;
+}
+
+void Viewer::Impl::fitScroll(bool centre)
+{
+  view::PageView *v = shownView();
+  if (!v)
+    return;
+  int contentW = v->pageDeviceWidth() + 2 * view::kPageMargin;
+  int contentH = v->pageDeviceHeight() + 2 * view::kPageMargin;
+  auto fit = [](int scroll, int content, int window, bool centreIt) {
+    if (content <= window)
+      return -(window - content) / 2; // centred
+    if (centreIt)
+      return 0;
+    return std::clamp(scroll, 0, content - window);
+  };
+  int x = fit(v->scrollX(), contentW, areaWidth, false);
+  int y = fit(v->scrollY(), contentH, areaHeight, centre);
+  v->setScroll(x, y);
+}
+
+void Viewer::Impl::updateScrollBars()
+{
+  view::PageView *v = shownView();
+  inScrollUpdate = true;
+  auto set = [&](Widget sb, int content, int window, int scroll) {
+    if (!v || content <= window) {
+      XtVaSetValues(sb, XmNminimum, 0, XmNmaximum, 1, XmNsliderSize, 1, XmNvalue, 0, NULL);
+      XtSetSensitive(sb, False);
+      return;
+    }
+    int value = std::clamp(scroll, 0, content - window);
+    int cur = -1, max = -1, size = -1;
+    XtVaGetValues(sb, XmNvalue, &cur, XmNmaximum, &max, XmNsliderSize, &size, NULL);
+    if (cur != value || max != content || size != window) {
+      XtVaSetValues(sb, XmNminimum, 0, XmNmaximum, content, XmNsliderSize, window, XmNvalue, value,
+                    XmNincrement, 40, XmNpageIncrement, std::max(1, window - 40), NULL);
+    }
+    XtSetSensitive(sb, True);
+  };
+  int cw = v ? v->pageDeviceWidth() + 2 * view::kPageMargin : 0;
+  int ch = v ? v->pageDeviceHeight() + 2 * view::kPageMargin : 0;
+  set(hScroll, cw, areaWidth, v ? v->scrollX() : 0);
+  set(vScroll, ch, areaHeight, v ? v->scrollY() : 0);
+  inScrollUpdate = false;
+}
+
+void Viewer::Impl::updateStatus()
+{
+  std::string text;
+  if (view::PageView *v = shownView()) {
+    FixedRect crop = v->page().cropBox();
+    char buf[160];
+    std::snprintf(buf, sizeof buf, "Page %d of %d     Zoom %g%%     Crop box ", v->pageNumber() + 1,
+                  v->pageCount(), std::round(v->zoomPercent() * 100) / 100);
+    text = buf;
+    text += points(crop.left) + " " + points(crop.bottom) + " " + points(crop.right) + " " +
+            points(crop.top) + " pt";
+  } else {
+    text = "No document";
+  }
+  if (text == lastStatus)
+    return;
+  lastStatus = text;
+  XmString s = XmStringCreateLocalized(const_cast<char *>(text.c_str()));
+  XtVaSetValues(status, XmNlabelString, s, NULL);
+  XmStringFree(s);
+}
+
+void Viewer::Impl::updateTitle()
+{
+  std::string title = "Folio";
+  if (shown) {
+    title = shown->title();
+    if (shown->document().flags() & PDDocNeedsSave)
+      title += " *";
+    title += " - Folio";
+  }
+  if (title == lastTitle)
+    return;
+  lastTitle = title;
+  XtVaSetValues(shell, XmNtitle, title.c_str(), NULL);
+}
+
+// ---- navigation -----------------------------------------------------------------------------
+
+void Viewer::Impl::goToPage(int n)
+{
+  view::PageView *v = shownView();
+  if (!v || n < 0 || n >= v->pageCount() || n == v->pageNumber())
+    return;
+  auto t0 = Clock::now();
+  v->goToPage(n);
+  fitScroll(true);
+  v->invalidateAll();
+  v->drawNow();
+  XSync(display, False);
+  if (options.redrawStats)
+    stats.pageChangeMs.push_back(msSince(t0));
+}
+
+void Viewer::Impl::setZoom(double percent)
+{
+  view::PageView *v = shownView();
+  if (!v)
+    return;
+  // Keep the centre of the window where it is on the page.
+  double cx = (v->scrollX() + areaWidth / 2.0) / v->scale();
+  double cy = (v->scrollY() + areaHeight / 2.0) / v->scale();
+  v->setZoomPercent(percent);
+  v->setScroll(static_cast<int>(std::lround(cx * v->scale() - areaWidth / 2.0)),
+               static_cast<int>(std::lround(cy * v->scale() - areaHeight / 2.0)));
+  fitScroll(false);
+  v->invalidateAll();
+  pageChangePending = true;
+}
+
+void Viewer::Impl::zoomStep(int direction)
+{
+  view::PageView *v = shownView();
+  if (!v)
+    return;
+  double z = v->zoomPercent();
+  double next = z;
+  if (direction > 0) {
+    for (double s : kZoomSteps)
+      if (s > z + 0.01) {
+        next = s;
+        break;
+      }
+  } else {
+    for (double s : kZoomSteps)
+      if (s < z - 0.01)
+        next = s;
+  }
+  setZoom(next);
+}
+
+void Viewer::Impl::fitWidth()
+{
+  view::PageView *v = shownView();
+  if (!v || v->scale() <= 0)
+    return;
+  double pageW = v->pageDeviceWidth() / v->scale();
+  if (pageW > 0)
+    setZoom(std::floor((areaWidth - 2 * view::kPageMargin) / pageW * 10000) / 100);
+}
+
+void Viewer::Impl::fitPage()
+{
+  view::PageView *v = shownView();
+  if (!v || v->scale() <= 0)
+    return;
+  double pageW = v->pageDeviceWidth() / v->scale();
+  double pageH = v->pageDeviceHeight() / v->scale();
+  if (pageW > 0 && pageH > 0) {
+    double z =
+        std::min((areaWidth - 2 * view::kPageMargin) / pageW, (areaHeight - 2 * view::kPageMargin) / pageH);
+    setZoom(std::floor(z * 10000) / 100);
+  }
+}
+
+void Viewer::Impl::scrollBy(int dx, int dy)
+{
+  view::PageView *v = shownView();
+  if (!v)
+    return;
+  v->setScroll(v->scrollX() + dx, v->scrollY() + dy);
+  fitScroll(false);
+}
+
+void Viewer::Impl::askGoToPage()
+{
+  view::PageView *v = shownView();
+  if (!v)
+    return;
+  Widget dialog = XmCreatePromptDialog(shell, const_cast<char *>("goto"), nullptr, 0);
+  char prompt[64];
+  std::snprintf(prompt, sizeof prompt, "Go to page (1 - %d):", v->pageCount());
+  XmString p = XmStringCreateLocalized(prompt);
+  XmString t = XmStringCreateLocalized(const_cast<char *>("Go To Page"));
+  XtVaSetValues(dialog, XmNselectionLabelString, p, XmNdialogTitle, t, XmNdialogStyle,
+                XmDIALOG_FULL_APPLICATION_MODAL, NULL);
+  XmStringFree(p);
+  XmStringFree(t);
+  XtUnmanageChild(XmSelectionBoxGetChild(dialog, XmDIALOG_HELP_BUTTON));
+  struct State {
+    int done = 0; // 1 ok, 2 cancel
+  } state;
+  XtAddCallback(
+      dialog, XmNokCallback, [](Widget, XtPointer c, XtPointer) { static_cast<State *>(c)->done = 1; },
+      &state);
+  XtAddCallback(
+      dialog, XmNcancelCallback, [](Widget, XtPointer c, XtPointer) { static_cast<State *>(c)->done = 2; },
+      &state);
+  XtManageChild(dialog);
+  Widget text = XmSelectionBoxGetChild(dialog, XmDIALOG_TEXT);
+  focusWhenViewable(XtParent(dialog), text);
+  while (!state.done)
+    XtAppProcessEvent(appContext, XtIMAll);
+  std::string value;
+  if (char *s = XmTextFieldGetString(text)) {
+    value = s;
+    XtFree(s);
+  }
+  XtDestroyWidget(XtParent(dialog));
+  if (state.done == 1) {
+    int n = std::atoi(value.c_str());
+    if (n >= 1 && n <= v->pageCount())
+      goToPage(n - 1);
+  }
+}
+
+// ---- files ------------------------------------------------------------------------------------
+
+std::string Viewer::Impl::askFileName(const std::string &title, bool forSave)
+{
+  Widget dialog =
+      XmCreateFileSelectionDialog(shell, const_cast<char *>(forSave ? "saveas" : "open"), nullptr, 0);
+  XmString t = XmStringCreateLocalized(const_cast<char *>(title.c_str()));
+  XmString pattern = XmStringCreateLocalized(const_cast<char *>("*.pdf"));
+  XtVaSetValues(dialog, XmNdialogTitle, t, XmNpattern, pattern, XmNdialogStyle,
+                XmDIALOG_FULL_APPLICATION_MODAL, XmNpathMode, XmPATH_MODE_RELATIVE, NULL);
+  XmStringFree(t);
+  XmStringFree(pattern);
+  XtUnmanageChild(XmFileSelectionBoxGetChild(dialog, XmDIALOG_HELP_BUTTON));
+  if (forSave && shown) {
+    XmString sel = XmStringCreateLocalized(const_cast<char *>(shown->document().path().c_str()));
+    XtVaSetValues(dialog, XmNdirSpec, sel, NULL);
+    XmStringFree(sel);
+  }
+  struct State {
+    int done = 0;
+    std::string file;
+  } state;
+  XtAddCallback(
+      dialog, XmNokCallback,
+      [](Widget, XtPointer c, XtPointer call) {
+        auto *s = static_cast<State *>(c);
+        auto *cbs = static_cast<XmFileSelectionBoxCallbackStruct *>(call);
+        char *text = nullptr;
+        if (cbs && cbs->value)
+          text = static_cast<char *>(
+              XmStringUnparse(cbs->value, nullptr, XmCHARSET_TEXT, XmCHARSET_TEXT, nullptr, 0, XmOUTPUT_ALL));
+        if (text) {
+          s->file = text;
+          XtFree(text);
+        }
+        s->done = 1;
+      },
+      &state);
+  XtAddCallback(
+      dialog, XmNcancelCallback, [](Widget, XtPointer c, XtPointer) { static_cast<State *>(c)->done = 2; },
+      &state);
+  XtManageChild(dialog);
+  focusWhenViewable(XtParent(dialog), XmFileSelectionBoxGetChild(dialog, XmDIALOG_TEXT));
+  while (!state.done)
+    XtAppProcessEvent(appContext, XtIMAll);
+  XtDestroyWidget(XtParent(dialog));
+  XSync(display, False);
+  if (state.done != 1 || state.file.empty() || state.file.back() == '/')
+    return {};
+  return state.file;
+}
+
+void Viewer::Impl::openFile()
+{
+  std::string path = askFileName("Open", false);
+  if (!path.empty())
+    app.openDocumentReporting(path);
+}
+
+void Viewer::Impl::saveAs()
+{
+  view::DocWindow *doc = app.activeDocument();
+  if (!doc)
+    return;
+  std::string path = askFileName("Save As", true);
+  if (!path.empty())
+    app.saveDocument(*doc, path);
+}
+
+void Viewer::Impl::quit()
+{
+  // Close every document, asking about unsaved changes; a "Cancel" keeps
+  // the application running.
+  while (!app.documents().empty()) {
+    view::DocWindow *doc = app.activeDocument();
+    if (!doc)
+      doc = app.documents().back().get();
+    if (!app.closeDocument(doc, false))
+      return;
+  }
+  quitting = true;
+}
+
+// ---- input ---------------------------------------------------------------------------------------
+
+bool Viewer::Impl::handleKey(XEvent &ev)
+{
+  // Keys meant for a dialog or a posted menu go there.
+  Widget target = XtWindowToWidget(display, ev.xkey.window);
+  if (target) {
+    Widget top = target;
+    while (XtParent(top))
+      top = XtParent(top);
+    Widget w = target;
+    while (w && w != shell)
+      w = XtParent(w);
+    if (!w)
+      return false;
+    for (Widget s = target; s; s = XtParent(s))
+      if (XtIsShell(s) && s != shell)
+        return false;
+  }
+  KeySym sym = XLookupKeysym(&ev.xkey, 0);
+  FSInt16 flags = shortcutFlags(ev.xkey.state);
+  // Menu shortcuts first: one command table for menus and keys.
+  if ((flags & (view::kShortcutCtrl | view::kShortcutAlt)) && sym < 0x100 && sym > 0x20) {
+    if (runShortcut(static_cast<char>(sym), flags))
+      return true;
+  }
+  view::PageView *v = shownView();
+  if (!v || (flags & (view::kShortcutCtrl | view::kShortcutAlt)))
+    return false;
+  switch (sym) {
+  case XK_Next:
+  case XK_KP_Next:
+    goToPage(v->pageNumber() + 1);
+    return true;
+  case XK_Prior:
+  case XK_KP_Prior:
+    goToPage(v->pageNumber() - 1);
+    return true;
+  case XK_Home:
+    goToPage(0);
+    return true;
+  case XK_End:
+    goToPage(v->pageCount() - 1);
+    return true;
+  case XK_Down:
+    scrollBy(0, 40);
+    return true;
+  case XK_Up:
+    scrollBy(0, -40);
+    return true;
+  case XK_Right:
+    scrollBy(40, 0);
+    return true;
+  case XK_Left:
+    scrollBy(-40, 0);
+    return true;
+  case XK_plus:
+  case XK_equal:
+  case XK_KP_Add:
+    zoomStep(+1);
+    return true;
+  case XK_minus:
+  case XK_KP_Subtract:
+    zoomStep(-1);
+    return true;
+  default:
+    break;
+  }
+  if (ev.xkey.window == XtWindow(area))
+    app.toolKeyDown(static_cast<FSUns16>(sym), static_cast<FSInt16>(modifierWord(ev.xkey.state)));
+  return false;
+}
+
+void Viewer::Impl::onInput(Widget, XtPointer client, XEvent *ev, Boolean *)
+{
+  auto *self = static_cast<Impl *>(client);
+  view::PageView *v = self->shownView();
+  if (!v)
+    return;
+  if (ev->type == ButtonPress) {
+    unsigned int b = ev->xbutton.button;
+    if (b == Button4 || b == Button5) {
+      int dir = b == Button4 ? -1 : 1;
+      if (ev->xbutton.state & ControlMask) {
+        self->zoomStep(-dir);
+      } else if (ev->xbutton.state & ShiftMask) {
+        self->scrollBy(dir * 48, 0);
+      } else {
+        int before = v->scrollY();
+        self->scrollBy(0, dir * 48);
+        // At the end of a page the wheel goes on to the next one.
+        if (v->scrollY() == before) {
+          int n = v->pageNumber() + dir;
+          if (n >= 0 && n < v->pageCount()) {
+            self->goToPage(n);
+            if (dir < 0) {
+              v->setScroll(v->scrollX(), 1 << 14);
+              self->fitScroll(false);
+            }
+          }
+        }
+      }
+      return;
+    }
+    if (b != Button1)
+      return;
+    // Click counting: a second press close in time and place is a double click.
+    if (ev->xbutton.time - self->lastClickTime < 400 && std::abs(ev->xbutton.x - self->lastClickX) < 4 &&
+        std::abs(ev->xbutton.y - self->lastClickY) < 4)
+      self->clickCount++;
+    else
+      self->clickCount = 1;
+    self->lastClickTime = ev->xbutton.time;
+    self->lastClickX = ev->xbutton.x;
+    self->lastClickY = ev->xbutton.y;
+    self->app.toolClick(*v, static_cast<FSInt16>(ev->xbutton.x), static_cast<FSInt16>(ev->xbutton.y),
+                        static_cast<FSInt16>(modifierWord(ev->xbutton.state)),
+                        static_cast<FSInt16>(self->clickCount));
+    // The tool may have scrolled (the hand tool): keep the scroll in range.
+    if (self->shownView() == v)
+      self->fitScroll(false);
+    return;
+  }
+  if (ev->type == MotionNotify || ev->type == EnterNotify) {
+    int x = ev->type == MotionNotify ? ev->xmotion.x : ev->xcrossing.x;
+    int y = ev->type == MotionNotify ? ev->xmotion.y : ev->xcrossing.y;
+    self->app.toolAdjustCursor(*v, static_cast<FSInt16>(x), static_cast<FSInt16>(y));
+  }
+}
+
+void Viewer::Impl::onExpose(Widget, XtPointer client, XtPointer call)
+{
+  auto *self = static_cast<Impl *>(client);
+  auto *cbs = static_cast<XmDrawingAreaCallbackStruct *>(call);
+  view::PageView *v = self->shownView();
+  if (!v || !cbs || !cbs->event)
+    return;
+  const XExposeEvent &e = cbs->event->xexpose;
+  const view::Frame &f = v->frame();
+  if (f.width != self->areaWidth || f.height != self->areaHeight) {
+    v->invalidateAll();
+    self->redrawPending();
+    return;
+  }
+  // The frame still holds the pixels: only show them again.
+  FVRect a{static_cast<FSInt16>(e.x), static_cast<FSInt16>(e.y), static_cast<FSInt16>(e.x + e.width - 1),
+           static_cast<FSInt16>(e.y + e.height - 1)};
+  self->presentArea(*v, a);
+}
+
+void Viewer::Impl::onResize(Widget w, XtPointer client, XtPointer)
+{
+  auto *self = static_cast<Impl *>(client);
+  Dimension width = 0, height = 0;
+  XtVaGetValues(w, XmNwidth, &width, XmNheight, &height, NULL);
+  if (width == self->areaWidth && height == self->areaHeight)
+    return;
+  self->areaWidth = width;
+  self->areaHeight = height;
+  if (view::PageView *v = self->shownView()) {
+    v->setDeviceSize(width, height);
+    self->fitScroll(false);
+    v->invalidateAll();
+  }
+}
+
+void Viewer::Impl::onScroll(Widget w, XtPointer client, XtPointer call)
+{
+  auto *self = static_cast<Impl *>(client);
+  if (self->inScrollUpdate)
+    return;
+  view::PageView *v = self->shownView();
+  if (!v)
+    return;
+  auto *cbs = static_cast<XmScrollBarCallbackStruct *>(call);
+  if (w == self->hScroll)
+    v->setScroll(cbs->value, v->scrollY());
+  else
+    v->setScroll(v->scrollX(), cbs->value);
+  self->redrawPending();
+}
+
+} // namespace folio::motif

@@ -1,0 +1,344 @@
+// The Motif viewer's menu bar and tool bar, mirrored from the view layer's
+// menu and tool bar models. Widgets are rebuilt when a model changes (the
+// change notices only mark them stale; the main loop rebuilds before the
+// next event), and their enabled and marked states are asked of the items'
+// procedures each time a menu opens and after every event for the tool bar.
+#include "ViewerImpl.h"
+
+#include "motif/WindowNames.h"
+#include "view/Menus.h"
+#include "view/ToolBar.h"
+
+#include <X11/Xlib.h>
+#include <Xm/CascadeB.h>
+#include <Xm/RowColumn.h>
+#include <Xm/Separator.h>
+#include <Xm/ToggleB.h>
+
+#include <cctype>
+#include <functional>
+
+namespace folio::motif {
+
+namespace {
+
+XmString xmString(const std::string &s)
+{
+  return XmStringCreateLocalized(const_cast<char *>(s.c_str()));
+}
+
+// A depth-1 icon turned into a pixmap of the widget's depth, drawn in its
+// foreground on its background.
+Pixmap iconPixmap(Widget w, FVIcon icon)
+{
+  Pixmap bitmap = static_cast<Pixmap>(reinterpret_cast<uintptr_t>(icon));
+  if (!bitmap)
+    return 0;
+  Display *dpy = XtDisplay(w);
+  Window root;
+  int x, y;
+  unsigned int width = 0, height = 0, border, depth = 0;
+  if (!XGetGeometry(dpy, bitmap, &root, &x, &y, &width, &height, &border, &depth))
+    return 0;
+  int screenDepth = DefaultDepthOfScreen(XtScreen(w));
+  Pixel fg = BlackPixelOfScreen(XtScreen(w)), bg = WhitePixelOfScreen(XtScreen(w));
+  XtVaGetValues(w, XmNforeground, &fg, XmNbackground, &bg, NULL);
+  Pixmap out = XCreatePixmap(dpy, root, width, height, screenDepth);
+  GC gc = XCreateGC(dpy, out, 0, nullptr);
+  XSetForeground(dpy, gc, fg);
+  XSetBackground(dpy, gc, bg);
+  if (depth == 1)
+    XCopyPlane(dpy, bitmap, out, gc, 0, 0, width, height, 0, 0, 1);
+  else
+    XCopyArea(dpy, bitmap, out, gc, 0, 0, width, height, 0, 0);
+  XFreeGC(dpy, gc);
+  return out;
+}
+
+struct ItemRef {
+  Viewer::Impl *viewer;
+  view::MenuItem *item;
+};
+struct ButtonRef {
+  Viewer::Impl *viewer;
+  size_t index;
+};
+
+// Client data of the widgets' callbacks; kept until the next rebuild.
+std::vector<std::unique_ptr<ItemRef>> gItemRefs;
+std::vector<std::unique_ptr<ButtonRef>> gButtonRefs;
+
+} // namespace
+
+// ---- the viewer's own View menu ------------------------------------------------------
+
+void Viewer::Impl::addViewMenu()
+{
+  using view::MenuItem;
+  viewMenu = view::Menu::create("&View", "View");
+  auto add = [&](const char *title, const char *name, char key, FSInt16 flags, std::function<void()> fn) {
+    MenuItem *item = MenuItem::create(title, name, nullptr, false, key, flags);
+    item->setHostExecute(std::move(fn));
+    item->setHostEnabled([this] { return shownView() != nullptr; });
+    viewMenu->insert(item, view::kAppendIndex);
+    item->release(); // the menu holds it
+  };
+  add("Zoom &In", "ZoomIn", '=', view::kShortcutCtrl, [this] { zoomStep(+1); });
+  add("Zoom &Out", "ZoomOut", '-', view::kShortcutCtrl, [this] { zoomStep(-1); });
+  add("&Actual Size", "ActualSize", '1', view::kShortcutCtrl, [this] { setZoom(100.0); });
+  add("Fit &Width", "FitWidth", '2', view::kShortcutCtrl, [this] { fitWidth(); });
+  add("Fit &Page", "FitPage", '0', view::kShortcutCtrl, [this] { fitPage(); });
+  add("&Next Page", "NextPage", 'N', view::kShortcutCtrl, [this] {
+    if (auto *v = shownView())
+      goToPage(v->pageNumber() + 1);
+  });
+  add("P&revious Page", "PreviousPage", 'P', view::kShortcutCtrl, [this] {
+    if (auto *v = shownView())
+      goToPage(v->pageNumber() - 1);
+  });
+  add("&First Page", "FirstPage", 0, 0, [this] { goToPage(0); });
+  add("&Last Page", "LastPage", 0, 0, [this] {
+    if (auto *v = shownView())
+      goToPage(v->pageCount() - 1);
+  });
+  add("&Go To Page...", "GoToPage", 'G', view::kShortcutCtrl, [this] { askGoToPage(); });
+  app.menuBar().addMenu(viewMenu, 1); // after File
+  viewMenu->release();                // the bar holds it
+}
+
+// ---- menus -----------------------------------------------------------------------------
+
+void Viewer::Impl::buildPulldown(MenuWidgets &mw, view::Menu *menu)
+{
+  mw.menu = menu;
+  std::string pdName = menu->name().empty() ? "menu" : menu->name();
+  mw.pulldown = XmCreatePulldownMenu(menuBar, const_cast<char *>(pdName.c_str()), nullptr, 0);
+  pulldowns[mw.pulldown] = &mw;
+  for (view::MenuItem *item : menu->items()) {
+    std::string label = view::titleWithoutMnemonic(item->title());
+    std::string wname = item->name().empty() ? label : item->name();
+    XmString text = xmString(label);
+    char mnemonic = view::titleMnemonic(item->title());
+    Widget w;
+    if (item->submenu()) {
+      auto sub = std::make_unique<MenuWidgets>();
+      buildPulldown(*sub, item->submenu());
+      w = XtVaCreateManagedWidget(wname.c_str(), xmCascadeButtonWidgetClass, mw.pulldown, XmNlabelString,
+                                  text, XmNsubMenuId, sub->pulldown, NULL);
+      XtAddCallback(w, XmNcascadingCallback, onCascading, this);
+      menus.push_back(std::move(sub));
+    } else {
+      std::string accel = view::shortcutLabel(item->shortcut(), item->shortcutFlags());
+      XmString accelText = xmString(accel);
+      w = XtVaCreateManagedWidget(wname.c_str(), xmToggleButtonWidgetClass, mw.pulldown, XmNlabelString, text,
+                                  XmNacceleratorText, accelText, XmNvisibleWhenOff, False, XmNindicatorType,
+                                  XmN_OF_MANY, NULL);
+      XmStringFree(accelText);
+      if (item->icon()) {
+        Pixmap p = iconPixmap(w, item->icon());
+        if (p) {
+          toolPixmaps.push_back(p);
+          XtVaSetValues(w, XmNlabelType, XmPIXMAP_AND_STRING, XmNlabelPixmap, p, NULL);
+        }
+      }
+      gItemRefs.push_back(std::make_unique<ItemRef>(ItemRef{this, item}));
+      XtAddCallback(w, XmNvalueChangedCallback, onMenuItem, gItemRefs.back().get());
+    }
+    if (mnemonic)
+      XtVaSetValues(w, XmNmnemonic, static_cast<KeySym>(static_cast<unsigned char>(mnemonic)), NULL);
+    XmStringFree(text);
+    mw.items.emplace_back(item, w);
+  }
+}
+
+void Viewer::Impl::rebuildMenus()
+{
+  menusDirty = false;
+  for (Widget w : menuTitles)
+    XtDestroyWidget(w);
+  menuTitles.clear();
+  for (auto &mw : menus)
+    XtDestroyWidget(mw->pulldown);
+  menus.clear();
+  pulldowns.clear();
+  gItemRefs.clear();
+
+  for (view::Menu *menu : app.menuBar().menus()) {
+    auto mw = std::make_unique<MenuWidgets>();
+    buildPulldown(*mw, menu);
+    XmString text = xmString(view::titleWithoutMnemonic(menu->title()));
+    std::string wname = menu->name().empty() ? "menu" : menu->name();
+    Widget title = XtVaCreateManagedWidget(wname.c_str(), xmCascadeButtonWidgetClass, menuBar, XmNlabelString,
+                                           text, XmNsubMenuId, mw->pulldown, NULL);
+    XmStringFree(text);
+    char mnemonic = view::titleMnemonic(menu->title());
+    if (mnemonic)
+      XtVaSetValues(title, XmNmnemonic, static_cast<KeySym>(static_cast<unsigned char>(mnemonic)), NULL);
+    XtAddCallback(title, XmNcascadingCallback, onCascading, this);
+    if (menu->name() == "Help")
+      XtVaSetValues(menuBar, XmNmenuHelpWidget, title, NULL);
+    menuTitles.push_back(title);
+    menus.push_back(std::move(mw));
+  }
+  nameMenuWindows();
+}
+
+// Names the X windows of the titles and items (realising the menus' shells,
+// unmapped, so that their items have windows before they are first posted).
+void Viewer::Impl::nameMenuWindows()
+{
+  if (!XtIsRealized(menuBar))
+    return;
+  for (size_t i = 0; i < menuTitles.size(); i++)
+    nameWindow(menuTitles[i], XtName(menuTitles[i]));
+  for (auto &mw : menus) {
+    Widget menuShell = XtParent(mw->pulldown);
+    if (!XtIsRealized(menuShell))
+      XtRealizeWidget(menuShell);
+    for (auto &[item, w] : mw->items)
+      nameWindow(w, XtName(w));
+  }
+}
+
+void Viewer::Impl::refreshMenu(Widget pulldown)
+{
+  auto it = pulldowns.find(pulldown);
+  if (it == pulldowns.end())
+    return;
+  for (auto &[item, w] : it->second->items) {
+    XtSetSensitive(w, item->isEnabled());
+    if (!item->submenu())
+      XmToggleButtonSetState(w, item->isMarked(), False);
+  }
+  nameMenuWindows();
+}
+
+void Viewer::Impl::onCascading(Widget w, XtPointer client, XtPointer)
+{
+  auto *self = static_cast<Viewer::Impl *>(client);
+  Widget pulldown = nullptr;
+  XtVaGetValues(w, XmNsubMenuId, &pulldown, NULL);
+  if (pulldown)
+    self->refreshMenu(pulldown);
+}
+
+void Viewer::Impl::onMenuItem(Widget, XtPointer client, XtPointer)
+{
+  auto *ref = static_cast<ItemRef *>(client);
+  Viewer::Impl *self = ref->viewer;
+  ref->item->runAsUser();
+  self->refreshToolBar();
+}
+
+static bool findShortcut(view::Menu *menu, char key, FSInt16 flags, view::MenuItem *&found)
+{
+  for (view::MenuItem *item : menu->items()) {
+    if (item->submenu()) {
+      if (findShortcut(item->submenu(), key, flags, found))
+        return true;
+      continue;
+    }
+    char s = item->shortcut();
+    if (!s)
+      continue;
+    FSInt16 f = item->shortcutFlags() & (view::kShortcutCtrl | view::kShortcutAlt | view::kShortcutShift);
+    if (std::toupper(static_cast<unsigned char>(s)) == std::toupper(static_cast<unsigned char>(key)) &&
+        f == flags) {
+      found = item;
+      return true;
+    }
+  }
+  return false;
+}
+
+bool Viewer::Impl::runShortcut(char key, FSInt16 flags)
+{
+  view::MenuItem *found = nullptr;
+  for (view::Menu *menu : app.menuBar().menus())
+    if (findShortcut(menu, key, flags, found))
+      break;
+  if (!found)
+    return false;
+  found->runAsUser();
+  return true;
+}
+
+// ---- tool bar -----------------------------------------------------------------------------
+
+void Viewer::Impl::rebuildToolBar()
+{
+  toolBarDirty = false;
+  for (auto &t : tools)
+    XtDestroyWidget(t.widget);
+  tools.clear();
+  gButtonRefs.clear();
+  const auto &buttons = app.toolBar().buttons();
+  for (size_t i = 0; i < buttons.size(); i++) {
+    view::ToolButton *b = buttons[i];
+    ToolWidget tw;
+    tw.button = b;
+    std::string name = b->nameString().empty() ? "button" : b->nameString();
+    if (b->isSeparator()) {
+      tw.widget = XtVaCreateManagedWidget(name.c_str(), xmSeparatorWidgetClass, toolBar, XmNorientation,
+                                          XmVERTICAL, XmNwidth, 12, NULL);
+      tools.push_back(tw);
+      continue;
+    }
+    tw.widget = XtVaCreateManagedWidget(name.c_str(), xmToggleButtonWidgetClass, toolBar, XmNindicatorOn,
+                                        False, XmNshadowThickness, 2, XmNfillOnSelect, True, XmNmarginWidth,
+                                        4, XmNmarginHeight, 4, NULL);
+    Pixmap p = iconPixmap(tw.widget, b->icon());
+    if (p) {
+      toolPixmaps.push_back(p);
+      XtVaSetValues(tw.widget, XmNlabelType, XmPIXMAP, XmNlabelPixmap, p, NULL);
+    } else {
+      XmString s = xmString(name == "Thread" ? "Article" : name);
+      XtVaSetValues(tw.widget, XmNlabelString, s, NULL);
+      XmStringFree(s);
+    }
+    if (!b->helpText().empty()) {
+      XmString tip = xmString(b->helpText());
+      XtVaSetValues(tw.widget, XmNtoolTipString, tip, NULL);
+      XmStringFree(tip);
+    }
+    gButtonRefs.push_back(std::make_unique<ButtonRef>(ButtonRef{this, tools.size()}));
+    XtAddCallback(tw.widget, XmNvalueChangedCallback, onToolButton, gButtonRefs.back().get());
+    nameWindow(tw.widget, name.c_str());
+    tw.marked = !b->isMarked(); // forces the first refresh to set both
+    tw.enabled = !b->isEnabled();
+    tools.push_back(tw);
+  }
+  refreshToolBar();
+}
+
+void Viewer::Impl::refreshToolBar()
+{
+  for (auto &t : tools) {
+    if (t.button->isSeparator())
+      continue;
+    bool enabled = t.button->isEnabled();
+    bool marked = t.button->isMarked();
+    if (enabled != t.enabled) {
+      XtSetSensitive(t.widget, enabled);
+      t.enabled = enabled;
+    }
+    if (marked != t.marked || XmToggleButtonGetState(t.widget) != marked) {
+      XmToggleButtonSetState(t.widget, marked, False);
+      t.marked = marked;
+    }
+    nameWindow(t.widget, XtName(t.widget));
+  }
+}
+
+void Viewer::Impl::onToolButton(Widget, XtPointer client, XtPointer)
+{
+  auto *ref = static_cast<ButtonRef *>(client);
+  Viewer::Impl *self = ref->viewer;
+  if (ref->index >= self->tools.size())
+    return;
+  self->tools[ref->index].button->runAsUser();
+  // The pressed look follows the button's marked state, not the click.
+  self->refreshToolBar();
+}
+
+} // namespace folio::motif

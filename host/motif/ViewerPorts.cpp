@@ -1,0 +1,218 @@
+// The view layer's ports, implemented with the Motif viewer's widgets.
+#include "ViewerImpl.h"
+
+#include "motif/Dialogs.h"
+#include "platform/XSession.h"
+#include "view/PageView.h"
+
+#include <X11/Xlib.h>
+
+#include <algorithm>
+#include <chrono>
+
+namespace folio::motif {
+
+namespace {
+const char *const kDialogTitle = "Folio";
+
+double msSince(std::chrono::steady_clock::time_point t0)
+{
+  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - t0).count();
+}
+} // namespace
+
+FSInt32 modifierWord(unsigned int state)
+{
+  FSInt32 word = 0;
+  if (state & ShiftMask)
+    word |= view::kModShift;
+  if (state & Mod1Mask)
+    word |= view::kModAlt;
+  if (state & ControlMask)
+    word |= view::kModCtrl;
+  return word;
+}
+
+FSInt16 shortcutFlags(unsigned int state)
+{
+  FSInt16 flags = 0;
+  if (state & ShiftMask)
+    flags |= view::kShortcutShift;
+  if (state & Mod1Mask)
+    flags |= view::kShortcutAlt;
+  if (state & ControlMask)
+    flags |= view::kShortcutCtrl;
+  return flags;
+}
+
+view::Ports ViewerPorts::ports()
+{
+  view::Ports p;
+  p.alerts = this;
+  p.progress = this;
+  p.cancel = this;
+  p.drag = this;
+  p.modifiers = this;
+  p.cursors = this;
+  p.present = this;
+  return p;
+}
+
+// ---- alerts -------------------------------------------------------------------
+
+int ViewerPorts::ask(const view::Question &question)
+{
+  int answer =
+      askQuestion(v_.shell, kDialogTitle, question.message, question.buttons,
+                  static_cast<DialogIcon>(std::clamp<FSInt32>(question.iconType, 0, 3)), question.beep);
+  v_.redrawPending();
+  return answer;
+}
+
+void ViewerPorts::note(const std::string &message)
+{
+  showNote(v_.shell, kDialogTitle, message);
+  v_.redrawPending();
+}
+
+bool ViewerPorts::confirm(const std::string &message)
+{
+  bool yes = askConfirm(v_.shell, kDialogTitle, message);
+  v_.redrawPending();
+  return yes;
+}
+
+// ---- progress and cancel ----------------------------------------------------------
+
+void ViewerPorts::begin()
+{
+  // Nested operations share one window.
+  if (progressDepth_++ == 0)
+    v_.progress->begin("Working on the document...");
+}
+
+void ViewerPorts::end()
+{
+  if (progressDepth_ > 0 && --progressDepth_ == 0)
+    v_.progress->end();
+}
+
+void ViewerPorts::setDuration(FSInt32 duration)
+{
+  v_.progress->setDuration(duration);
+}
+
+void ViewerPorts::setValue(FSInt32 value)
+{
+  v_.progress->setValue(value);
+}
+
+bool ViewerPorts::cancelRequested()
+{
+  // With the progress window up, pending events are processed (its bar is
+  // drawn, its Cancel button can be pressed; the rest of the application
+  // takes no input while it is up). Without it there is nothing the user
+  // could have pressed.
+  if (v_.progress->isUp())
+    return v_.progress->poll();
+  return v_.progress->cancelRequested() && progressDepth_ > 0;
+}
+
+// ---- drag loops -------------------------------------------------------------------
+
+DragContext ViewerPorts::dragContext(view::PageView &view, const FVRect *extrema)
+{
+  DragContext ctx;
+  ctx.area = v_.area;
+  if (extrema)
+    ctx.bounds = {extrema->left, extrema->top, extrema->right, extrema->bottom};
+  else
+    ctx.bounds = {0, 0, view.deviceWidth() - 1, view.deviceHeight() - 1};
+  view::PageView *pv = &view;
+  ctx.repaint = [this, pv](const DeviceRect &r) {
+    FVRect a{static_cast<FSInt16>(r.left), static_cast<FSInt16>(r.top), static_cast<FSInt16>(r.right),
+             static_cast<FSInt16>(r.bottom)};
+    v_.presentArea(*pv, a);
+  };
+  return ctx;
+}
+
+namespace {
+FVRect toFV(const DeviceRect &r)
+{
+  auto c = [](int v) { return static_cast<FSInt16>(std::clamp(v, -32768, 32767)); };
+  return {c(r.left), c(r.top), c(r.right), c(r.bottom)};
+}
+} // namespace
+
+FVRect ViewerPorts::dragOutNewRect(view::PageView &view, FSInt16 x, FSInt16 y)
+{
+  if (&view != v_.shownView() || !XtIsRealized(v_.area))
+    return {x, y, x, y};
+  // Whatever was drawn but not shown yet must be on screen under the band.
+  view.drawNow();
+  return toFV(dragOutRect(dragContext(view, nullptr), x, y));
+}
+
+FVRect ViewerPorts::dragRect(view::PageView &view, FSInt16 x, FSInt16 y, const FVRect &start,
+                             FSInt16 dragType, const FVRect *extrema)
+{
+  if (&view != v_.shownView() || !XtIsRealized(v_.area))
+    return start;
+  view.drawNow();
+  DeviceRect s{start.left, start.top, start.right, start.bottom};
+  return toFV(motif::dragRect(dragContext(view, extrema), x, y, s, dragType));
+}
+
+// ---- keyboard and cursors -------------------------------------------------------------
+
+FSInt32 ViewerPorts::modifiers()
+{
+  Window root, child;
+  int rx, ry, wx, wy;
+  unsigned int mask = 0;
+  XQueryPointer(v_.display, DefaultRootWindow(v_.display), &root, &child, &rx, &ry, &wx, &wy, &mask);
+  return modifierWord(mask);
+}
+
+void ViewerPorts::setCursor(FVCursor cursor)
+{
+  if (!XtIsRealized(v_.area))
+    return;
+  Cursor c = static_cast<Cursor>(reinterpret_cast<uintptr_t>(cursor));
+  if (c)
+    XDefineCursor(v_.display, XtWindow(v_.area), c);
+  else
+    XUndefineCursor(v_.display, XtWindow(v_.area));
+}
+
+FVCursor ViewerPorts::standardCursor(FSInt32 cursorID)
+{
+  Cursor c = v_.session.standardCursor(cursorID);
+  return reinterpret_cast<FVCursor>(static_cast<uintptr_t>(c));
+}
+
+// ---- presentation ----------------------------------------------------------------------
+
+void ViewerPorts::present(view::PageView &view, const FVRect &area)
+{
+  v_.presentArea(view, area);
+}
+
+void Viewer::Impl::presentArea(view::PageView &view, const FVRect &a)
+{
+  if (&view != shownView() || !presenter)
+    return;
+  const view::Frame &f = view.frame();
+  if (f.width <= 0 || f.height <= 0)
+    return;
+  auto t0 = std::chrono::steady_clock::now();
+  RgbRaster raster{f.rgb.data(), f.width, f.height, f.width * 3};
+  // Device rectangles are closed: right and bottom edges included.
+  presenter->present(raster, a.left, a.top, a.right - a.left + 1, a.bottom - a.top + 1);
+  XFlush(display);
+  if (options.redrawStats)
+    stats.presentMs.push_back(msSince(t0));
+}
+
+} // namespace folio::motif
