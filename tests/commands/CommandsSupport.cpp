@@ -1,6 +1,8 @@
 // CommandsSupport.cpp: the commands suite's fixture and log helpers.
 #include "CommandsSupport.h"
 
+#include <map>
+
 #define FOLIO_HOST_SIDE
 #include "folio/FolioViewHFT.h"
 
@@ -83,6 +85,16 @@ void CommandsTest::SetUp()
 
 void CommandsTest::TearDown()
 {
+  // In the log: every page handed out is released once, by its name.
+  std::map<std::string, int> held;
+  for (const testhost::Call &c : host.log.calls()) {
+    if (c.op == "PDDocAcquirePage" && c.result != "null")
+      ++held[c.result];
+    else if (c.op == "PDPageRelease" && !c.args.empty())
+      --held[c.args[0]];
+  }
+  for (const auto &h : held)
+    EXPECT_EQ(h.second, 0) << "acquires less releases of " << h.first << dump();
   for (int k = 0; k < host.documentCount(); ++k) {
     testhost::Document &d = host.document(k);
     for (auto &p : d.pages)
