@@ -1,0 +1,290 @@
+// BBoxTests.cpp: the bounding box of the marks on a page against the exact
+// ink extents the test PDF writer reports (all within 0.25 pt).
+#include "ModelTestSupport.h"
+
+#include <algorithm>
+#include <cmath>
+
+using namespace folio;
+using namespace folio::model;
+using namespace folio::modeltest;
+using pdfgen::Box;
+using pdfgen::Cap;
+using pdfgen::Mark;
+using pdfgen::PageSpec;
+
+namespace {
+
+constexpr double kTol = 0.25;
+
+class ModelBBox : public ModelTest {
+protected:
+  // The page's bounding box, for a one-page document of `s`.
+  FixedRect bboxOf(const PageSpec &s, pdfgen::PageInk *ink = nullptr)
+  {
+    std::vector<pdfgen::PageInk> inks;
+    auto doc = Document::open(write("page.pdf", {s}, &inks));
+    if (ink)
+      *ink = inks[0];
+    Page *page = doc->acquirePage(0);
+    FixedRect r = page->bbox();
+    doc->releasePage(page);
+    return r;
+  }
+
+  // Expects the bounding box of `s` to be its ink clipped to the media box.
+  void expectInk(const PageSpec &s)
+  {
+    pdfgen::PageInk ink;
+    FixedRect r = bboxOf(s, &ink);
+    auto want = ink.within(s.media);
+    ASSERT_TRUE(want.has_value());
+    EXPECT_RECT_NEAR(r, want->x0, want->y0, want->x1, want->y1, kTol);
+  }
+
+  static PageSpec page(std::vector<Mark> marks, Box media = {0, 0, 612, 792})
+  {
+    PageSpec s;
+    s.media = media;
+    s.marks = std::move(marks);
+    return s;
+  }
+};
+
+TEST_F(ModelBBox, FilledRectangle)
+{
+  expectInk(page({Mark::fillRect({100, 150, 300, 420})}));
+}
+
+TEST_F(ModelBBox, FilledRectangleOnFractionalCoordinates)
+{
+  expectInk(page({Mark::fillRect({100.3, 150.7, 300.1, 420.9})}));
+}
+
+TEST_F(ModelBBox, GreyRectangleCounts)
+{
+  expectInk(page({Mark::fillRect({200, 200, 260, 230}, 0.5)}));
+}
+
+TEST_F(ModelBBox, ThickLineWithButtCaps)
+{
+  expectInk(page({Mark::line(100, 300, 400, 300, 10, Cap::Butt)}));
+}
+
+TEST_F(ModelBBox, ThickLineWithRoundCaps)
+{
+  expectInk(page({Mark::line(100, 300, 400, 300, 10, Cap::Round)}));
+}
+
+TEST_F(ModelBBox, ThickLineWithSquareCaps)
+{
+  expectInk(page({Mark::line(100, 300, 400, 300, 10, Cap::Square)}));
+}
+
+TEST_F(ModelBBox, DiagonalLineWithButtCapsHasCornerExtents)
+{
+  expectInk(page({Mark::line(100, 100, 400, 500, 12, Cap::Butt)}));
+}
+
+TEST_F(ModelBBox, DiagonalLineWithSquareCaps)
+{
+  expectInk(page({Mark::line(150, 500, 450, 200, 8, Cap::Square)}));
+}
+
+TEST_F(ModelBBox, StrokedRectangleWithMitredCorners)
+{
+  expectInk(page({Mark::strokeRect({120, 130, 480, 620}, 6)}));
+}
+
+TEST_F(ModelBBox, BezierCurveIsTightNotItsControlPoints)
+{
+  // The control points reach far beyond the curve: a loose bound would be
+  // about 150 pt too wide on top.
+  const double c[8] = {100, 300, 200, 600, 400, 600, 500, 300};
+  pdfgen::PageInk ink;
+  FixedRect r = bboxOf(page({Mark::curve(c, 3)}), &ink);
+  EXPECT_RECT_NEAR(r, ink.ink.x0, ink.ink.y0, ink.ink.x1, ink.ink.y1, kTol);
+  EXPECT_NEAR(ink.ink.y1, 526.5, 1e-9); // 300 + 0.75 * 300 + 1.5
+}
+
+TEST_F(ModelBBox, SCurveWithInnerExtremes)
+{
+  const double c[8] = {100, 100, 500, 300, 50, 500, 450, 700};
+  expectInk(page({Mark::curve(c, 2)}));
+}
+
+TEST_F(ModelBBox, FilledEllipse)
+{
+  expectInk(page({Mark::ellipse(300, 400, 120.5, 60.25)}));
+}
+
+TEST_F(ModelBBox, TextInAStandardFont)
+{
+  expectInk(page({Mark::textAt(100, 500, 24, "THE FILE")}));
+}
+
+TEST_F(ModelBBox, SmallText)
+{
+  expectInk(page({Mark::textAt(72, 72, 6, "HILL")}));
+}
+
+TEST_F(ModelBBox, LargeText)
+{
+  expectInk(page({Mark::textAt(50, 300, 96, "LIFT")}));
+}
+
+TEST_F(ModelBBox, SeveralMarksUnite)
+{
+  const double c[8] = {300, 100, 350, 50, 450, 50, 500, 100};
+  expectInk(page({Mark::fillRect({100, 600, 150, 650}), Mark::textAt(200, 700, 12, "TITLE"),
+                  Mark::curve(c, 4), Mark::line(520, 200, 560, 400, 3, Cap::Round)}));
+}
+
+TEST_F(ModelBBox, WhitePaintDoesNotCount)
+{
+  pdfgen::PageInk ink;
+  FixedRect r = bboxOf(page({Mark::fillRect({0, 0, 612, 792}, 1), Mark::fillRect({250, 300, 350, 380}),
+                             Mark::fillRect({20, 20, 60, 60}, 1)}),
+                       &ink);
+  EXPECT_RECT_NEAR(r, 250, 300, 350, 380, kTol);
+}
+
+TEST_F(ModelBBox, WhitePaintOverInkHidesIt)
+{
+  // The left half of the black rectangle is painted over in white.
+  FixedRect r = bboxOf(page({Mark::fillRect({100, 100, 300, 200}), Mark::fillRect({90, 90, 200, 210}, 1)}));
+  EXPECT_RECT_NEAR(r, 200, 100, 300, 200, kTol);
+}
+
+TEST_F(ModelBBox, BlankPageAnswersItsCropBox)
+{
+  PageSpec s = page({});
+  s.crop = Box{36, 48, 500, 700};
+  FixedRect r = bboxOf(s);
+  EXPECT_RECT_NEAR(r, 36, 48, 500, 700, 0);
+}
+
+TEST_F(ModelBBox, BlankPageWithoutCropBoxAnswersItsMediaBox)
+{
+  FixedRect r = bboxOf(page({}, {10, 20, 300, 400}));
+  EXPECT_RECT_NEAR(r, 10, 20, 300, 400, 0);
+}
+
+TEST_F(ModelBBox, WhiteOnlyPageAnswersItsCropBox)
+{
+  PageSpec s = page({Mark::fillRect({0, 0, 612, 792}, 1)});
+  s.crop = Box{20, 20, 592, 772};
+  FixedRect r = bboxOf(s);
+  EXPECT_RECT_NEAR(r, 20, 20, 592, 772, 0);
+}
+
+TEST_F(ModelBBox, BlankPageAnswersTheCropBoxAsSet)
+{
+  auto doc = Document::open(write("blank.pdf", {page({})}));
+  Page *p = doc->acquirePage(0);
+  FixedRect zero{0, 0, 0, 0};
+  p->setCropBox(zero);
+  EXPECT_RECT_EQ(p->bbox(), zero);
+  doc->releasePage(p);
+}
+
+TEST_F(ModelBBox, MarksPartlyOutsideTheMediaBoxAreClippedToIt)
+{
+  FixedRect r = bboxOf(page({Mark::fillRect({-50, 300, 100, 400}), Mark::fillRect({500, 700, 700, 900})}));
+  EXPECT_RECT_NEAR(r, 0, 300, 612, 792, kTol);
+}
+
+TEST_F(ModelBBox, MarksWhollyOutsideTheMediaBoxDoNotCount)
+{
+  PageSpec s = page({Mark::fillRect({700, 100, 800, 200}), Mark::fillRect({100, 100, 200, 150})});
+  FixedRect r = bboxOf(s);
+  EXPECT_RECT_NEAR(r, 100, 100, 200, 150, kTol);
+}
+
+TEST_F(ModelBBox, MarksOutsideTheCropBoxCount)
+{
+  PageSpec s = page({Mark::fillRect({30, 30, 80, 80}), Mark::fillRect({300, 300, 350, 350})});
+  s.crop = Box{200, 200, 612, 792};
+  FixedRect r = bboxOf(s);
+  EXPECT_RECT_NEAR(r, 30, 30, 350, 350, kTol);
+}
+
+TEST_F(ModelBBox, MediaBoxOffTheOrigin)
+{
+  expectInk(
+      page({Mark::fillRect({150, 260, 400, 500}), Mark::textAt(200, 800, 14, "FILE")}, {100, 200, 712, 992}));
+}
+
+TEST_F(ModelBBox, NegativeMediaBox)
+{
+  const double c[8] = {-250, -300, -100, 200, 50, -350, 250, 300};
+  expectInk(page({Mark::curve(c, 5), Mark::fillRect({-290, 350, -200, 380})}, {-300, -400, 312, 392}));
+}
+
+TEST_F(ModelBBox, RotationDoesNotChangeThePageSpaceBox)
+{
+  for (int rot : {0, 90, 180, 270}) {
+    SCOPED_TRACE("rotation " + std::to_string(rot));
+    PageSpec s = page({Mark::fillRect({100, 150, 300, 420}), Mark::line(350, 500, 500, 700, 4, Cap::Square)});
+    s.rotate = rot;
+    expectInk(s);
+  }
+}
+
+TEST_F(ModelBBox, LandscapePage)
+{
+  expectInk(page({Mark::ellipse(396, 306, 300, 200)}, {0, 0, 792, 612}));
+}
+
+TEST_F(ModelBBox, HairThinLineIsFound)
+{
+  FixedRect r = bboxOf(page({Mark::line(100, 400, 500, 400, 0.25, Cap::Butt)}));
+  EXPECT_RECT_NEAR(r, 100, 399.875, 500, 400.125, kTol);
+}
+
+TEST_F(ModelBBox, EveryPageOfTheMixedSetWithinAQuarterPoint)
+{
+  std::vector<PageSpec> pages;
+  for (int i = 0; i < 120; ++i)
+    pages.push_back(pdfgen::mixedPage(i));
+  std::vector<pdfgen::PageInk> inks;
+  auto doc = Document::open(write("mixed.pdf", pages, &inks));
+  int inked = 0;
+  for (int i = 0; i < 120; ++i) {
+    SCOPED_TRACE("page " + std::to_string(i));
+    Page *p = doc->acquirePage(i);
+    FixedRect r = p->bbox();
+    auto want = inks[static_cast<size_t>(i)].within(pages[static_cast<size_t>(i)].media);
+    if (want) {
+      ++inked;
+      EXPECT_RECT_NEAR(r, want->x0, want->y0, want->x1, want->y1, kTol);
+    } else {
+      EXPECT_RECT_EQ(r, p->cropBox());
+    }
+    doc->releasePage(p);
+  }
+  EXPECT_GT(inked, 100);
+}
+
+TEST_F(ModelBBox, OneThousandPagesEachWithItsOwnBox)
+{
+  std::vector<PageSpec> pages;
+  for (int i = 0; i < 1000; ++i) {
+    double x = 50 + (i % 37) * 10, y = 60 + (i % 53) * 9;
+    pages.push_back(page({Mark::fillRect({x, y, x + 25.5, y + 40.25})}));
+  }
+  std::vector<pdfgen::PageInk> inks;
+  auto doc = Document::open(write("thousand.pdf", pages, &inks));
+  double worst = 0;
+  for (int i = 0; i < 1000; ++i) {
+    Page *p = doc->acquirePage(i);
+    FixedRect r = p->bbox();
+    const Box &b = inks[static_cast<size_t>(i)].ink;
+    worst = std::max({worst, std::fabs(fx(r.left) - b.x0), std::fabs(fx(r.bottom) - b.y0),
+                      std::fabs(fx(r.right) - b.x1), std::fabs(fx(r.top) - b.y1)});
+    doc->releasePage(p);
+  }
+  EXPECT_LE(worst, kTol);
+}
+
+} // namespace
