@@ -236,7 +236,7 @@ std::string toString(const Box &b)
   return o.str();
 }
 
-std::vector<PageBoxes> readBoxes(const std::string &pdf, std::string *error)
+std::vector<PageBoxes> readBoxes(const std::string &pdf, std::string *error, const std::string &password)
 {
   std::vector<PageBoxes> pages;
   auto failed = [&](const std::string &why) {
@@ -246,8 +246,9 @@ std::vector<PageBoxes> readBoxes(const std::string &pdf, std::string *error)
   };
   int status = 0;
   // qpdf exits 3 for warnings (a file it had to repair); the JSON is still there.
+  const std::string pass = password.empty() ? std::string() : "--password=" + shellQuote(password) + " ";
   std::string text = readCommand(
-      "qpdf --json=2 --json-key=pages --json-key=qpdf " + shellQuote(pdf) + " 2>/dev/null", status);
+      "qpdf --json=2 --json-key=pages --json-key=qpdf " + pass + shellQuote(pdf) + " 2>/dev/null", status);
   Json root;
   if (!Parser(text).parse(root))
     return failed("qpdf gave no readable JSON for " + pdf + " (status " + std::to_string(status) + ")");

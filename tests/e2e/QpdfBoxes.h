@@ -26,9 +26,10 @@ struct PageBoxes {
   int rotate = 0;
 };
 
-// The pages of `pdf` in order. Empty with `error` set when qpdf fails or its
-// output cannot be read.
-std::vector<PageBoxes> readBoxes(const std::string &pdf, std::string *error = nullptr);
+// The pages of `pdf` in order (`password` opens an encrypted file). Empty
+// with `error` set when qpdf fails or its output cannot be read.
+std::vector<PageBoxes> readBoxes(const std::string &pdf, std::string *error = nullptr,
+                                 const std::string &password = {});
 
 // "l b r t" with the shortest decimals, for messages.
 std::string toString(const Box &box);
