@@ -44,4 +44,12 @@ void setNoFrameHandler(NoFrameHandler handler);
 // the table adapters).
 bool callWithExceptionFrame(void (*proc)(void *data), void *data, FSInt32 *error);
 
+// The same for a callable, typically a lambda that calls one extension
+// procedure: `fn` itself must hold nothing with a destructor that matters
+// (capture by reference; keep results in the caller's variables).
+template <class Fn> bool callGuarded(Fn &fn, FSInt32 *error = nullptr)
+{
+  return callWithExceptionFrame([](void *data) { (*static_cast<Fn *>(data))(); }, &fn, error);
+}
+
 } // namespace folio

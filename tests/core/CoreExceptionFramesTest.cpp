@@ -233,3 +233,27 @@ TEST(CoreExceptionFrames, GuardedCallInsideOuterFrameKeepsOuterFrame)
   EXPECT_EQ(exceptionFrameDepth(), 1u);
   popExceptionFrame();
 }
+
+TEST(CoreExceptionFrames, GuardedLambdaReturnsItsResultThroughCaptures)
+{
+  int result = 0;
+  auto call = [&] { result = 42; };
+  FSInt32 code = 0;
+  EXPECT_TRUE(callGuarded(call, &code));
+  EXPECT_EQ(result, 42);
+  EXPECT_EQ(code, 0);
+}
+
+TEST(CoreExceptionFrames, GuardedLambdaThatRaisesIsFalseWithCode)
+{
+  int reached = 0;
+  auto call = [&] {
+    raiseWith(17);
+    reached = 1;
+  };
+  FSInt32 code = 0;
+  EXPECT_FALSE(callGuarded(call, &code));
+  EXPECT_EQ(code, 17);
+  EXPECT_EQ(reached, 0);
+  EXPECT_EQ(exceptionFrameDepth(), 0u);
+}
