@@ -68,7 +68,7 @@
 //     answers docCloseAnswer (default 1) and, when true, marks the document
 //     closed and, if it was active, leaves no active document.
 //     FVDocOpenFromFile answers the FVDoc of document openFromFileDoc (default
-//     -1: null).
+//     -1: null), marks it open and makes it the active document.
 //   * Configuration: "CanEdit" is set to (void*)1 by default.
 #pragma once
 

@@ -206,6 +206,7 @@ FVDoc tFVDocOpenFromFile(FSPathName path, FSFileSys fs, const char *title)
   if (h.openFromFileDoc >= 0 && h.openFromFileDoc < h.documentCount()) {
     r = h.fvDoc(h.openFromFileDoc);
     h.document(h.openFromFileDoc).closed = false;
+    h.setActiveDocument(h.openFromFileDoc); // a newly opened document comes to the front
   }
   res(i, N(r));
   return r;

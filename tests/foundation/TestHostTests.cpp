@@ -556,3 +556,42 @@ TEST(FoundationTestHost, DragsAnswerFromTheirQueues)
   EXPECT_EQ(fvRect(r), "{1,2,3,4}");
   EXPECT_EQ(host.log.texts()[2], "FVPageViewDragRect(view0, 1, 2, {1,2,3,4}, 1, null)");
 }
+
+// ---- closing and reopening ---------------------------------------------------------------
+
+TEST(FoundationTestHost, CloseAndReopenFollowTheScript)
+{
+  TestHost host;
+  host.addDocument(1);
+  int reopened = host.addDocument(1);
+  auto close = entryOf<FVDocCloseSELPROTO>(host, Table::FolioView, FVDocCloseSEL);
+  auto open = entryOf<FVDocOpenFromFileSELPROTO>(host, Table::FolioView, FVDocOpenFromFileSEL);
+  auto pathOf = entryOf<FSFileAcquirePathNameSELPROTO>(host, Table::FolioSupport, FSFileAcquirePathNameSEL);
+  auto fileOf = entryOf<PDDocGetFileSELPROTO>(host, Table::PDModel, PDDocGetFileSEL);
+  FSPathName path = pathOf(fileOf(host.pdDoc(0)));
+  EXPECT_EQ(host.nameOf(path), "path0");
+  EXPECT_EQ(close(host.fvDoc(0), 1), 1);
+  EXPECT_TRUE(host.document(0).closed);
+  EXPECT_EQ(host.activeDocument(), -1);
+  EXPECT_EQ(open(path, nullptr, nullptr), nullptr);
+  host.openFromFileDoc = reopened;
+  EXPECT_EQ(open(path, nullptr, nullptr), host.fvDoc(reopened));
+  EXPECT_EQ(host.activeDocument(), reopened);
+  host.docCloseAnswer = 0;
+  EXPECT_EQ(close(host.fvDoc(reopened), 1), 0);
+  EXPECT_FALSE(host.document(reopened).closed);
+  EXPECT_EQ(host.log.textsOf("FVDocOpenFromFile")[0], "FVDocOpenFromFile(path0, null, null)");
+}
+
+TEST(FoundationTestHost, DocumentWithoutFileOrPathAnswersNull)
+{
+  TestHost host;
+  host.addDocument(1);
+  host.document(0).hasPath = false;
+  auto pathOf = entryOf<FSFileAcquirePathNameSELPROTO>(host, Table::FolioSupport, FSFileAcquirePathNameSEL);
+  auto fileOf = entryOf<PDDocGetFileSELPROTO>(host, Table::PDModel, PDDocGetFileSEL);
+  EXPECT_EQ(pathOf(fileOf(host.pdDoc(0))), nullptr);
+  host.document(0).hasFile = false;
+  EXPECT_EQ(fileOf(host.pdDoc(0)), nullptr);
+  EXPECT_EQ(host.log.textsWithResults().back(), "PDDocGetFile(doc0) -> null");
+}
