@@ -555,6 +555,9 @@ PageSpec mixedPage(int index, uint32_t seed)
   if (r.range(4) == 0)
     p.crop = Box{m.x0 + 18, m.y0 + 18, m.x1 - 18, m.y1 - 18};
 
+  // Page kinds, in the proportions of an ordinary mixed document: mostly
+  // text, then figures, slides and drawings, some pages on a white
+  // background, a few blank ones.
   int kind = r.range(20);
   if (kind == 0)
     return p; // blank
@@ -562,7 +565,7 @@ PageSpec mixedPage(int index, uint32_t seed)
     p.marks.push_back(Mark::fillRect(m, 1)); // white paint only
     return p;
   }
-  if (kind < 5)
+  if (kind == 2 || kind == 3 || kind == 17)
     p.marks.push_back(Mark::fillRect(m, 1)); // a white background under the marks
 
   // Marks stay 36 pt inside the media box (inside any crop box too).
@@ -572,9 +575,42 @@ PageSpec mixedPage(int index, uint32_t seed)
   auto y = [&](double lo, double hi) {
     return r.quarter(m.y0 + 36 + lo * (h - 72), m.y0 + 36 + hi * (h - 72));
   };
-  int n = 1 + r.range(6);
-  for (int i = 0; i < n; ++i) {
-    switch (r.range(6)) {
+  auto textWidth = [](const std::string &t, double size) {
+    double adv = 0;
+    for (char c : t)
+      adv += helveticaGlyph(c)->advance;
+    return adv * size / 1000;
+  };
+  // A line of words of the offered letters, at most `room` points long.
+  auto words = [&](double size, double room) {
+    static const char letters[] = "EFHILT";
+    std::string line;
+    for (;;) {
+      std::string word;
+      int len = 1 + r.range(9);
+      for (int k = 0; k < len; ++k)
+        word += letters[r.range(6)];
+      std::string next = line.empty() ? word : line + " " + word;
+      if (textWidth(next, size) > room)
+        return line.empty() ? std::string("E") : line;
+      line = next;
+    }
+  };
+  // Lines of text from (left, top) downwards, down to `bottom`.
+  auto paragraph = [&](double left, double top, double bottom, double right, double size, int maxLines) {
+    double lead = size * 1.25;
+    double yy = top;
+    for (int k = 0; k < maxLines && yy > bottom; ++k, yy -= lead) {
+      double indent = (k == 0) ? 18 : 0;
+      double room = right - left - indent;
+      if (r.range(8) == 0)
+        room *= 0.3 + r.range(6) * 0.1; // the last line of a paragraph
+      p.marks.push_back(Mark::textAt(left + indent, r.quarter(yy, yy + 0.25), size, words(size, room)));
+    }
+    return yy;
+  };
+  auto shape = [&]() {
+    switch (r.range(5)) {
     case 0: {
       double x0 = x(0, 0.6), y0 = y(0, 0.6);
       p.marks.push_back(
@@ -598,17 +634,51 @@ PageSpec mixedPage(int index, uint32_t seed)
       p.marks.push_back(Mark::curve(c, r.quarter(0.5, 5)));
       break;
     }
-    case 4: {
+    default: {
       double rx = r.quarter(2, 0.15 * (w - 72)), ry = r.quarter(2, 0.15 * (h - 72));
       p.marks.push_back(Mark::ellipse(x(0.15, 0.85), y(0.15, 0.85), rx, ry));
       break;
     }
-    default: {
-      static const char *words[] = {"HELLE", "FILE", "TITLE", "HILL", "LIFT", "THE FILE", "ELF"};
-      double size = 6 + r.range(30);
-      p.marks.push_back(Mark::textAt(x(0, 0.5), y(0, 0.9), size, words[r.range(7)]));
-      break;
     }
+  };
+
+  double left = m.x0 + 54 + r.range(40), right = m.x1 - 54 - r.range(40);
+  double top = m.y1 - 60 - r.range(30), bottom = m.y0 + 60;
+  if (kind < 12) {
+    // A page of text: sometimes a heading, paragraphs, a page number.
+    double size = 9 + r.range(4);
+    double yy = top;
+    if (r.range(3) == 0) {
+      double hs = 16 + r.range(5);
+      p.marks.push_back(Mark::textAt(left, yy, hs, words(hs, (right - left) * 0.7)));
+      yy -= hs * 2;
+    }
+    while (yy > bottom + 40)
+      yy = paragraph(left, yy, bottom + 30, right, size, 4 + r.range(10)) - size;
+    double mid = (m.x0 + m.x1) / 2;
+    p.marks.push_back(Mark::textAt(r.quarter(mid - 5, mid), m.y0 + 40, 9, words(9, 20)));
+  } else if (kind < 15) {
+    // A figure with some text above it.
+    double size = 10;
+    double yy = paragraph(left, top, (m.y0 + m.y1) / 2 + 40, right, size, 5 + r.range(10));
+    (void)yy;
+    int shapes = 1 + r.range(3);
+    for (int k = 0; k < shapes; ++k)
+      shape();
+  } else if (kind < 17) {
+    // A slide: a large title, a few large lines, a shape.
+    double ts = 28 + r.range(9);
+    p.marks.push_back(Mark::textAt(left, top - ts, ts, words(ts, (right - left) * 0.8)));
+    paragraph(left + 20, top - ts * 2.5, bottom + 60, right, 18, 3 + r.range(4));
+    shape();
+  } else {
+    // A drawing: one to six shapes, sometimes a label.
+    int n = 1 + r.range(6);
+    for (int k = 0; k < n; ++k)
+      shape();
+    if (r.range(2) == 0) {
+      double size = 6 + r.range(30);
+      p.marks.push_back(Mark::textAt(x(0, 0.5), y(0, 0.9), size, words(size, 0.4 * (w - 72))));
     }
   }
   return p;
