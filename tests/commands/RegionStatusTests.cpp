@@ -228,7 +228,7 @@ TEST_P(CommandsRegionStatus, PageOneGetsTheStatusOfItsRotationsAndMediaBox)
   EXPECT_EQ(notes, wantNotes) << dump();
 }
 
-INSTANTIATE_TEST_SUITE_P(AllRotationPairs, CommandsRegionStatus,
+INSTANTIATE_TEST_SUITE_P(CommandsAllRotationPairs, CommandsRegionStatus,
                          ::testing::ValuesIn(allPairs({Media::PortraitSame, Media::PortraitShifted,
                                                        Media::PortraitFar, Media::Landscape,
                                                        Media::LandscapeFar})),
@@ -250,7 +250,7 @@ TEST_P(CommandsRegionStatusCrop, CropAnswerCarriesTheRegionOverWithoutTheOrienta
   EXPECT_EQ(afterCount("FVAlertNote"), 0u) << dump();
 }
 
-INSTANTIATE_TEST_SUITE_P(AllRotationPairs, CommandsRegionStatusCrop,
+INSTANTIATE_TEST_SUITE_P(CommandsAllRotationPairs, CommandsRegionStatusCrop,
                          ::testing::ValuesIn(allPairs({Media::PortraitSame, Media::Landscape})), pairName);
 
 // ---- single named cases ------------------------------------------------------------------
