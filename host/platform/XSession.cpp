@@ -193,10 +193,13 @@ std::unique_ptr<XSession> XSession::open(const Options &options)
   int argc = 1;
   std::string arg0 = options.appName;
   char *argv[2] = {&arg0[0], nullptr};
-  s->display_ = XtOpenDisplay(s->app_, name.c_str(), options.appName.c_str(), options.appClass.c_str(),
-                              nullptr, 0, &argc, argv);
+  // Opened with Xlib first (it answers null where the toolkit's own opening
+  // would keep the name it was given), then handed to the toolkit.
+  s->display_ = XOpenDisplay(name.c_str());
   if (!s->display_)
     throw PlatformError("cannot open the X display \"" + name + "\"");
+  XtDisplayInitialize(s->app_, s->display_, options.appName.c_str(), options.appClass.c_str(), nullptr, 0,
+                      &argc, argv);
 
   Arg args[4];
   Cardinal n = 0;

@@ -6,8 +6,8 @@
 // stops it when the session is destroyed, at process exit, and when the host
 // dies (the server is told to end with its parent). With DISPLAY unset and no
 // Xvfb program on PATH, open() fails with a message saying so. It never exits
-// the process (the display is opened with XtOpenDisplay, which returns null
-// instead).
+// the process (the display is opened with XOpenDisplay, which answers null,
+// then initialised for the toolkit with XtDisplayInitialize).
 //
 // The session then creates the application's top-level shell (an
 // applicationShell; with Motif linked in it is Motif's vendor shell, so the

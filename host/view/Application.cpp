@@ -132,6 +132,10 @@ struct Application::HostTools {
   HostToolRec article{};
 };
 
+namespace {
+int gLiveApplications = 0;
+}
+
 Application::Application(ApplicationOptions options)
     : options_(options), hostTools_(std::make_unique<HostTools>()), menuBar_(std::make_unique<MenuBar>()),
       toolBar_(std::make_unique<ToolBar>(options.toolBarRoom))
@@ -163,6 +167,7 @@ Application::Application(ApplicationOptions options)
 
   buildHostMenus();
   buildHostToolBar();
+  ++gLiveApplications;
 }
 
 Application::~Application()
@@ -171,6 +176,12 @@ Application::~Application()
   while (!docs_.empty())
     docs_.pop_back();
   active_ = nullptr;
+  toolBar_.reset();
+  menuBar_.reset();
+  // Extensions keep menu items beyond any menu and never release them: the
+  // last application frees what is left.
+  if (--gLiveApplications == 0)
+    destroyAllMenuObjects();
 }
 
 // ---- ports ------------------------------------------------------------------

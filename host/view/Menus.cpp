@@ -2,6 +2,7 @@
 #include "Menus.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "Ports.h"
 #include "core/Callback.h"
@@ -81,7 +82,47 @@ static void runExecute(const ProcBinding &binding, const std::function<void()> &
     fn(binding.data);
 }
 
+// ---- every live object, for the teardown at exit --------------------------------
+
+namespace {
+std::unordered_set<MenuItem *> &liveItems()
+{
+  static std::unordered_set<MenuItem *> items;
+  return items;
+}
+std::unordered_set<Menu *> &liveMenus()
+{
+  static std::unordered_set<Menu *> menus;
+  return menus;
+}
+} // namespace
+
+void destroyAllMenuObjects()
+{
+  std::vector<Menu *> menus(liveMenus().begin(), liveMenus().end());
+  std::vector<MenuItem *> items(liveItems().begin(), liveItems().end());
+  // Cut every link first, so that no destructor releases an object freed here.
+  for (Menu *m : menus) {
+    m->items_.clear();
+    m->bar_ = nullptr;
+    m->carrier_ = nullptr;
+  }
+  for (MenuItem *i : items) {
+    i->submenu_ = nullptr;
+    i->parent_ = nullptr;
+  }
+  for (Menu *m : menus)
+    delete m;
+  for (MenuItem *i : items)
+    delete i;
+}
+
 // ---- MenuItem ---------------------------------------------------------------
+
+MenuItem::MenuItem()
+{
+  liveItems().insert(this);
+}
 
 MenuItem *MenuItem::create(const std::string &title, const std::string &name, Menu *submenu,
                            bool longMenusOnly, char shortcut, FSInt16 flags, FVIcon icon, ExtensionID owner)
@@ -103,6 +144,7 @@ MenuItem *MenuItem::create(const std::string &title, const std::string &name, Me
 
 MenuItem::~MenuItem()
 {
+  liveItems().erase(this);
   if (submenu_) {
     if (submenu_->carrier_ == this)
       submenu_->carrier_ = nullptr;
@@ -193,8 +235,14 @@ Menu *Menu::create(const std::string &title, const std::string &name, ExtensionI
   return menu;
 }
 
+Menu::Menu()
+{
+  liveMenus().insert(this);
+}
+
 Menu::~Menu()
 {
+  liveMenus().erase(this);
   auto items = items_;
   items_.clear();
   for (MenuItem *item : items) {

@@ -26,6 +26,10 @@
 // host's own (std::function). No compute-enabled procedure: always enabled;
 // no compute-marked procedure: never marked.
 //
+// At exit the host frees every menu and item still alive, whatever their
+// counts (destroyAllMenuObjects, called when the last Application goes):
+// extensions keep items out of any menu on purpose and never release them.
+//
 // Not thread-safe: the user-interface thread only.
 #pragma once
 
@@ -56,6 +60,10 @@ std::string shortcutLabel(char shortcut, FSInt16 flags);
 std::string titleWithoutMnemonic(const std::string &title);
 // The mnemonic character (the one after a single '&'), or 0.
 char titleMnemonic(const std::string &title);
+
+// Frees every Menu and MenuItem still alive, ignoring reference counts. Only
+// for the end of the run: every handle to them becomes invalid.
+void destroyAllMenuObjects();
 
 class MenuItem {
 public:
@@ -107,7 +115,8 @@ public:
 
 private:
   friend class Menu;
-  MenuItem() = default;
+  friend void destroyAllMenuObjects();
+  MenuItem();
   ~MenuItem();
   std::string title_, name_;
   Menu *submenu_ = nullptr;
@@ -156,7 +165,8 @@ public:
 private:
   friend class MenuBar;
   friend class MenuItem;
-  Menu() = default;
+  friend void destroyAllMenuObjects();
+  Menu();
   ~Menu();
   std::string title_, name_;
   ExtensionID owner_ = nullptr;
