@@ -87,8 +87,23 @@ void ProgressDialog::setDuration(int32_t duration)
 
 void ProgressDialog::setValue(int32_t value)
 {
+  int before = filledWidth();
   value_ = value;
-  drawBar();
+  // Long runs set a value per page: draw only when the bar grows visibly.
+  if (filledWidth() != before)
+    drawBar();
+}
+
+int ProgressDialog::filledWidth() const
+{
+  if (!bar_ || duration_ <= 0)
+    return 0;
+  Dimension w = 0;
+  XtVaGetValues(bar_, XmNwidth, &w, NULL);
+  long long v = value_ < 0 ? 0 : value_;
+  if (v > duration_)
+    v = duration_;
+  return static_cast<int>(v * (w - 2) / duration_);
 }
 
 bool ProgressDialog::poll()
@@ -126,13 +141,7 @@ void ProgressDialog::drawBar()
   Window win = XtWindow(bar_);
   Dimension w = 0, h = 0;
   XtVaGetValues(bar_, XmNwidth, &w, XmNheight, &h, NULL);
-  int filled = 0;
-  if (duration_ > 0) {
-    long long v = value_ < 0 ? 0 : value_;
-    if (v > duration_)
-      v = duration_;
-    filled = static_cast<int>(v * (w - 2) / duration_);
-  }
+  int filled = filledWidth();
   GC gc = XCreateGC(dpy, win, 0, nullptr);
   int screen = DefaultScreen(dpy);
   XSetForeground(dpy, gc, WhitePixel(dpy, screen));

@@ -43,6 +43,7 @@ private:
   static void onCancel(Widget, XtPointer, XtPointer);
   static void onExpose(Widget, XtPointer, XtPointer);
   void drawBar();
+  int filledWidth() const;
   void pump();
 
   Widget parent_;

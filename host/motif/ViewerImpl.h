@@ -92,7 +92,7 @@ struct Viewer::Impl : view::ApplicationListener {
   // ---- ViewerMenus.cpp -----------------------------------------------------
   void addViewMenu();
   void rebuildMenus();
-  void buildPulldown(MenuWidgets &mw, view::Menu *menu);
+  void buildPulldown(MenuWidgets &mw, view::Menu *menu, Widget parent);
   void refreshMenu(Widget pulldown);
   void rebuildToolBar();
   void refreshToolBar();

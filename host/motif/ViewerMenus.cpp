@@ -108,11 +108,13 @@ void Viewer::Impl::addViewMenu()
 
 // ---- menus -----------------------------------------------------------------------------
 
-void Viewer::Impl::buildPulldown(MenuWidgets &mw, view::Menu *menu)
+void Viewer::Impl::buildPulldown(MenuWidgets &mw, view::Menu *menu, Widget parent)
 {
   mw.menu = menu;
   std::string pdName = menu->name().empty() ? "menu" : menu->name();
-  mw.pulldown = XmCreatePulldownMenu(menuBar, const_cast<char *>(pdName.c_str()), nullptr, 0);
+  // A submenu's pane is a child of the pane that holds its cascade button, as
+  // Motif's menu system expects.
+  mw.pulldown = XmCreatePulldownMenu(parent, const_cast<char *>(pdName.c_str()), nullptr, 0);
   pulldowns[mw.pulldown] = &mw;
   for (view::MenuItem *item : menu->items()) {
     std::string label = view::titleWithoutMnemonic(item->title());
@@ -122,7 +124,7 @@ void Viewer::Impl::buildPulldown(MenuWidgets &mw, view::Menu *menu)
     Widget w;
     if (item->submenu()) {
       auto sub = std::make_unique<MenuWidgets>();
-      buildPulldown(*sub, item->submenu());
+      buildPulldown(*sub, item->submenu(), mw.pulldown);
       w = XtVaCreateManagedWidget(wname.c_str(), xmCascadeButtonWidgetClass, mw.pulldown, XmNlabelString,
                                   text, XmNsubMenuId, sub->pulldown, NULL);
       XtAddCallback(w, XmNcascadingCallback, onCascading, this);
@@ -157,15 +159,17 @@ void Viewer::Impl::rebuildMenus()
   for (Widget w : menuTitles)
     XtDestroyWidget(w);
   menuTitles.clear();
+  // Destroying a top-level pane takes its submenus' panes with it.
   for (auto &mw : menus)
-    XtDestroyWidget(mw->pulldown);
+    if (XtParent(XtParent(mw->pulldown)) == menuBar)
+      XtDestroyWidget(mw->pulldown);
   menus.clear();
   pulldowns.clear();
   gItemRefs.clear();
 
   for (view::Menu *menu : app.menuBar().menus()) {
     auto mw = std::make_unique<MenuWidgets>();
-    buildPulldown(*mw, menu);
+    buildPulldown(*mw, menu, menuBar);
     XmString text = xmString(view::titleWithoutMnemonic(menu->title()));
     std::string wname = menu->name().empty() ? "menu" : menu->name();
     Widget title = XtVaCreateManagedWidget(wname.c_str(), xmCascadeButtonWidgetClass, menuBar, XmNlabelString,
@@ -284,9 +288,12 @@ void Viewer::Impl::rebuildToolBar()
       tools.push_back(tw);
       continue;
     }
-    tw.widget = XtVaCreateManagedWidget(name.c_str(), xmToggleButtonWidgetClass, toolBar, XmNindicatorOn,
-                                        False, XmNshadowThickness, 2, XmNfillOnSelect, True, XmNmarginWidth,
-                                        4, XmNmarginHeight, 4, NULL);
+    // Not in keyboard traversal: a pressed look must mean "this tool is on",
+    // never "this button has the focus".
+    tw.widget =
+        XtVaCreateManagedWidget(name.c_str(), xmToggleButtonWidgetClass, toolBar, XmNindicatorOn, False,
+                                XmNshadowThickness, 2, XmNfillOnSelect, True, XmNmarginWidth, 4,
+                                XmNmarginHeight, 4, XmNtraversalOn, False, XmNhighlightThickness, 0, NULL);
     Pixmap p = iconPixmap(tw.widget, b->icon());
     if (p) {
       toolPixmaps.push_back(p);

@@ -1,0 +1,402 @@
+// The folio viewer with the real plug-in, under a private Xvfb, driven by
+// xdotool with the real pointer and keys. Nothing here calls into the host:
+// the tests find controls by the names on their windows, read pixels from
+// the server and check the written files with qpdf.
+#include <gtest/gtest.h>
+
+#include "GuiSupport.h"
+
+#include <X11/Xlib.h>
+#include <signal.h>
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <sstream>
+#include <thread>
+
+#ifndef GUI_FOLIO
+#define GUI_FOLIO "folio"
+#endif
+#ifndef GUI_MKPDF
+#define GUI_MKPDF "mkpdf"
+#endif
+
+namespace {
+
+using Box = std::array<double, 4>; // left bottom right top, points
+
+const guitest::Rgb kRed{255, 0, 0};
+
+// Every page's effective crop box (the media box when there is none), read
+// with qpdf, an independent reader.
+std::vector<Box> cropBoxes(const std::string &pdf)
+{
+  std::string script =
+      "import json,subprocess,sys\n"
+      "j=json.loads(subprocess.run(['qpdf','--json=2',sys.argv[1]],capture_output=True,text=True)"
+      ".stdout)\n"
+      "objs=j['qpdf'][1]\n"
+      "def get(o,k):\n"
+      "  while o is not None:\n"
+      "    if k in o: return o[k]\n"
+      "    p=o.get('/Parent'); o=objs['obj:'+p]['value'] if p else None\n"
+      "  return None\n"
+      "for p in j['pages']:\n"
+      "  o=objs['obj:'+p['object']]['value']\n"
+      "  b=get(o,'/CropBox') or get(o,'/MediaBox')\n"
+      "  print(' '.join(str(float(v)) for v in b))\n";
+  std::string out = guitest::capture({"python3", "-c", script, pdf}, "", 60000);
+  std::vector<Box> boxes;
+  std::istringstream in(out);
+  Box b;
+  while (in >> b[0] >> b[1] >> b[2] >> b[3])
+    boxes.push_back(b);
+  return boxes;
+}
+
+class GuiViewer : public ::testing::Test {
+protected:
+  void SetUp() override
+  {
+    ASSERT_TRUE(xvfb.ok()) << "Xvfb did not start";
+    const auto *info = ::testing::UnitTest::GetInstance()->current_test_info();
+    dir = guitest::outputDir(std::string(info->test_suite_name()) + "." + info->name());
+    dpy = XOpenDisplay(xvfb.display().c_str());
+    ASSERT_NE(dpy, nullptr);
+  }
+  void TearDown() override
+  {
+    if (HasFailure())
+      guitest::screenshot(xvfb.display(), dir + "/failure.png");
+    if (folio > 0) {
+      kill(folio, SIGTERM);
+      guitest::waitFor(folio, 5000);
+    }
+    if (dpy)
+      XCloseDisplay(dpy);
+  }
+
+  std::string makePdf(const std::string &name, const std::vector<std::string> &args)
+  {
+    std::string path = dir + "/" + name;
+    std::vector<std::string> argv{GUI_MKPDF};
+    argv.insert(argv.end(), args.begin(), args.end());
+    argv.push_back(path);
+    EXPECT_EQ(guitest::run(argv, xvfb.display(), 120000), 0) << "mkpdf failed";
+    return path;
+  }
+
+  // Starts folio on `pdf` and waits until its page view is up.
+  void startFolio(const std::string &pdf)
+  {
+    folio = guitest::spawn({GUI_FOLIO, pdf}, xvfb.display(), {}, dir + "/folio.log");
+    ASSERT_GT(folio, 0);
+    pageView = guitest::findWindow(xvfb.display(), "page view", 20000);
+    ASSERT_NE(pageView, 0u) << "the viewer did not come up";
+    settle();
+  }
+
+  // Lets the viewer catch up: a round trip through the server and a short
+  // pause for the viewer's own round trip.
+  void settle(int ms = 250)
+  {
+    XSync(dpy, False);
+    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+  }
+
+  unsigned long window(const std::string &name, int timeoutMs = 10000)
+  {
+    unsigned long w = guitest::findWindow(xvfb.display(), name, timeoutMs);
+    EXPECT_NE(w, 0u) << "no window named " << name;
+    return w;
+  }
+
+  // Clicks the middle of the window named `name`.
+  void press(const std::string &name)
+  {
+    unsigned long w = window(name);
+    if (!w)
+      return;
+    XWindowAttributes a;
+    XGetWindowAttributes(dpy, w, &a);
+    ASSERT_TRUE(guitest::clickInWindow(xvfb.display(), w, a.width / 2, a.height / 2));
+    settle(150);
+  }
+
+  // Chooses a menu item through the menus with the pointer: the title, then
+  // each cascade, then the item.
+  void chooseMenu(const std::vector<std::string> &path)
+  {
+    for (const auto &name : path)
+      press(name);
+    settle();
+  }
+
+  void key(const std::string &keys)
+  {
+    ASSERT_EQ(guitest::xdo(xvfb.display(),
+                           {"mousemove", "--window", std::to_string(pageView), "5", "5", "key", keys}),
+              0);
+    settle();
+  }
+
+  // A drag in the page view from the first point to the last, through the
+  // others, with `modifier` ("ctrl") held when given.
+  void drag(const std::vector<std::pair<int, int>> &points, const std::string &modifier = {})
+  {
+    std::string w = std::to_string(pageView);
+    std::vector<std::string> args;
+    for (size_t i = 0; i < points.size(); i++) {
+      args.insert(args.end(), {"mousemove", "--window", w, std::to_string(points[i].first),
+                               std::to_string(points[i].second)});
+      if (i == 0) {
+        if (!modifier.empty())
+          args.insert(args.end(), {"keydown", modifier});
+        args.insert(args.end(), {"mousedown", "1"});
+      }
+      args.insert(args.end(), {"sleep", "0.05"});
+    }
+    args.insert(args.end(), {"mouseup", "1"});
+    if (!modifier.empty())
+      args.insert(args.end(), {"keyup", modifier});
+    ASSERT_EQ(guitest::xdo(xvfb.display(), args), 0);
+    settle();
+  }
+
+  void clickAt(int x, int y)
+  {
+    ASSERT_TRUE(guitest::clickInWindow(xvfb.display(), pageView, x, y));
+    settle();
+  }
+
+  guitest::Snapshot shot()
+  {
+    settle(100);
+    return guitest::Snapshot(dpy, pageView);
+  }
+
+  // The device rectangle (left, top, right, bottom) of the red media-box
+  // outline: the bounding box of the pure red pixels; false when none.
+  bool redOutline(const guitest::Snapshot &s, int &l, int &t, int &r, int &b)
+  {
+    l = t = 1 << 30;
+    r = b = -1;
+    for (int y = 0; y < s.height(); y++)
+      for (int x = 0; x < s.width(); x++)
+        if (s.at(x, y) == kRed) {
+          l = std::min(l, x);
+          t = std::min(t, y);
+          r = std::max(r, x);
+          b = std::max(b, y);
+        }
+    return r >= 0;
+  }
+
+  // The page point (x, y) in device space of the shown page at 100%, from
+  // the media box outline (media box 0 0 612 792, not rotated).
+  std::pair<int, int> device(double x, double y) const
+  {
+    return {mediaL + static_cast<int>(x), mediaB - static_cast<int>(y)};
+  }
+
+  // Selects the crop tool with Ctrl+9 and finds the media box outline.
+  void selectCropToolAndMeasure()
+  {
+    key("ctrl+9");
+    guitest::Snapshot s = shot();
+    int r, t;
+    ASSERT_TRUE(redOutline(s, mediaL, t, r, mediaB)) << "no media box outline";
+    EXPECT_EQ(r - mediaL, 612);
+    EXPECT_EQ(mediaB - t, 792);
+  }
+
+  guitest::Xvfb xvfb;
+  std::string dir;
+  Display *dpy = nullptr;
+  pid_t folio = -1;
+  unsigned long pageView = 0;
+  int mediaL = 0, mediaB = 0;
+};
+
+// The outline is a closed rectangle of pure red pixels along all four edges.
+void expectRedRectangle(const guitest::Snapshot &s, int l, int t, int r, int b)
+{
+  EXPECT_EQ(s.count(l, t, r - l + 1, 1, kRed), r - l + 1) << "top edge";
+  EXPECT_EQ(s.count(l, b, r - l + 1, 1, kRed), r - l + 1) << "bottom edge";
+  EXPECT_EQ(s.count(l, t, 1, b - t + 1, kRed), b - t + 1) << "left edge";
+  EXPECT_EQ(s.count(r, t, 1, b - t + 1, kRed), b - t + 1) << "right edge";
+}
+
+TEST_F(GuiViewer, CropToolButtonShowsTheMediaBoxOutline)
+{
+  std::string pdf = makePdf("letter.pdf", {"--pages", "2", "--rect", "100,100,300,300"});
+  startFolio(pdf);
+  int l, t, r, b;
+  EXPECT_FALSE(redOutline(shot(), l, t, r, b)) << "outline shown before the tool was chosen";
+  press("QUIL:PageShear");
+  guitest::Snapshot s = shot();
+  ASSERT_TRUE(redOutline(s, l, t, r, b));
+  EXPECT_EQ(r - l, 612);
+  EXPECT_EQ(b - t, 792);
+  expectRedRectangle(s, l, t, r, b);
+}
+
+TEST_F(GuiViewer, CtrlNineSelectsTheCropTool)
+{
+  std::string pdf = makePdf("letter.pdf", {"--rect", "100,100,300,300"});
+  startFolio(pdf);
+  selectCropToolAndMeasure();
+  // With the crop tool a drag draws a region (the hand tool would scroll).
+  auto [x0, y0] = device(100, 700);
+  auto [x1, y1] = device(400, 400);
+  drag({{x0, y0}, {x1, y1}});
+  guitest::Snapshot s = shot();
+  // The region's outline and its four corner handles (7 x 7 squares) are
+  // drawn in the view's colour, black, over white paper.
+  const guitest::Rgb black{0, 0, 0};
+  EXPECT_EQ(s.count(x0 + 4, y0, x1 - x0 - 8, 1, black), x1 - x0 - 8) << "top edge of the region";
+  EXPECT_EQ(s.count(x0, y0 + 4, 1, y1 - y0 - 8, black), y1 - y0 - 8) << "left edge of the region";
+  for (auto [cx, cy] : {std::pair{x0, y0}, {x1, y0}, {x1, y1}, {x0, y1}}) {
+    EXPECT_EQ(s.count(cx - 3, cy - 3, 7, 1, black), 7) << "handle top at " << cx << "," << cy;
+    EXPECT_EQ(s.count(cx - 3, cy + 3, 7, 1, black), 7) << "handle bottom at " << cx << "," << cy;
+    EXPECT_EQ(s.count(cx - 3, cy - 3, 1, 7, black), 7) << "handle left at " << cx << "," << cy;
+    EXPECT_EQ(s.count(cx + 3, cy - 3, 1, 7, black), 7) << "handle right at " << cx << "," << cy;
+  }
+}
+
+TEST_F(GuiViewer, DragResizeMoveAndApplyToAllPagesThenSave)
+{
+  std::string pdf =
+      makePdf("three.pdf", {"--pages", "3", "--text", "72,720,20,HELL", "--rect", "150,150,450,650"});
+  startFolio(pdf);
+  selectCropToolAndMeasure();
+  // Drag out (100,700)-(400,300), pull the right-bottom corner to (450,250),
+  // move the whole region by (-20,+30) with Ctrl held on a handle.
+  auto a = device(100, 700), b = device(400, 300), c = device(450, 250);
+  drag({a, device(250, 500), b});
+  drag({b, device(420, 280), c});
+  drag({a, device(90, 715), device(80, 730)}, "ctrl");
+  // A click inside the region applies it: answer "All" in the real dialog.
+  auto inside = device(250, 500);
+  clickAt(inside.first, inside.second);
+  press("All");
+  key("ctrl+s");
+  std::vector<Box> boxes = cropBoxes(pdf);
+  ASSERT_EQ(boxes.size(), 3u);
+  for (const Box &box : boxes) {
+    EXPECT_NEAR(box[0], 80, 1.0);
+    EXPECT_NEAR(box[1], 280, 1.0);
+    EXPECT_NEAR(box[2], 430, 1.0);
+    EXPECT_NEAR(box[3], 730, 1.0);
+  }
+  // The part of the media box outside the new crop box is shown dimmed.
+  guitest::Snapshot s = shot();
+  auto out = device(40, 100);
+  guitest::Rgb dimmed = s.at(out.first, out.second);
+  EXPECT_EQ(dimmed, (guitest::Rgb{0xaf, 0xaf, 0xaf})) << "(white + 0x60) / 2";
+  auto in = device(300, 700);
+  EXPECT_EQ(s.at(in.first, in.second), (guitest::Rgb{255, 255, 255}));
+}
+
+TEST_F(GuiViewer, CancelInThePagesQuestionChangesNothing)
+{
+  std::string pdf = makePdf("two.pdf", {"--pages", "2", "--rect", "150,150,450,650"});
+  startFolio(pdf);
+  selectCropToolAndMeasure();
+  drag({device(100, 700), device(400, 300)});
+  auto inside = device(250, 500);
+  clickAt(inside.first, inside.second);
+  ASSERT_NE(window("Cancel"), 0u);
+  key("Escape");
+  // The region was used up: it is gone from the view.
+  guitest::Snapshot s = shot();
+  auto corner = device(100, 700);
+  EXPECT_EQ(s.at(corner.first + 10, corner.second), (guitest::Rgb{255, 255, 255}));
+  key("ctrl+s");
+  for (const Box &box : cropBoxes(pdf))
+    EXPECT_EQ(box, (Box{0, 0, 612, 792}));
+}
+
+TEST_F(GuiViewer, ShowAndHideMediaBoxFromTheMenu)
+{
+  std::string pdf = makePdf("letter.pdf", {"--rect", "100,100,300,300"});
+  startFolio(pdf);
+  int l, t, r, b;
+  chooseMenu({"Extensions", "QUIL:Page Shear", "QUIL:PSShowMediaBox"});
+  guitest::Snapshot on = shot();
+  ASSERT_TRUE(redOutline(on, l, t, r, b));
+  EXPECT_EQ(r - l, 612);
+  EXPECT_EQ(b - t, 792);
+  expectRedRectangle(on, l, t, r, b);
+  // The submenu now offers Hide in the same place.
+  chooseMenu({"Extensions", "QUIL:Page Shear", "QUIL:PSHideMediaBox"});
+  EXPECT_FALSE(redOutline(shot(), l, t, r, b)) << "outline still shown after Hide";
+  chooseMenu({"Extensions", "QUIL:Page Shear", "QUIL:PSShowMediaBox"});
+  EXPECT_TRUE(redOutline(shot(), l, t, r, b));
+}
+
+TEST_F(GuiViewer, CancelTheBoundingBoxRunFromTheProgressWindow)
+{
+  const int pages = 4000;
+  std::string pdf = makePdf("long.pdf", {"--pages", std::to_string(pages), "--crop", "20,20,592,772",
+                                         "--rect", "100,100,200,200", "--ellipse", "300,400,50,80", "--text",
+                                         "72,720,20,HELL THEFT FILE"});
+  startFolio(pdf);
+  chooseMenu({"Extensions", "QUIL:Page Shear", "QUIL:PageShearBBox"});
+  press("All");
+  // Press Cancel in the progress window as soon as it is up.
+  std::string w = std::to_string(pageView);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"search",   "--sync",    "--onlyvisible", "--name",
+                                          "^Each$",   "mousemove", "--window",      "%1",
+                                          "8",        "8",         "click",         "1",
+                                          "search",   "--sync",    "--onlyvisible", "--name",
+                                          "^Cancel$", "mousemove", "--window",      "%1",
+                                          "8",        "8",         "click",         "1"},
+                         30000),
+            0);
+  press("OK"); // "Cancelled."
+  key("ctrl+s");
+  std::vector<Box> boxes = cropBoxes(pdf);
+  ASSERT_EQ(boxes.size(), static_cast<size_t>(pages));
+  // Pages before the cancel have their old crop box back, the page at which
+  // it was cancelled the all-zero box, the pages after it were not touched.
+  int zero = -1;
+  for (int i = 0; i < pages; i++)
+    if (boxes[i] == Box{0, 0, 0, 0}) {
+      zero = i;
+      break;
+    }
+  ASSERT_GE(zero, 0) << "the run was not cancelled";
+  std::printf("cancelled at page index %d of %d\n", zero, pages);
+  ASSERT_LT(zero, pages - 1) << "the run was cancelled only at its last page";
+  for (int i = 0; i < pages; i++) {
+    if (i != zero) {
+      EXPECT_EQ(boxes[i], (Box{20, 20, 592, 772})) << "page index " << i;
+    }
+  }
+}
+
+TEST_F(GuiViewer, RevertThrowsAwayTheCrop)
+{
+  std::string pdf = makePdf("two.pdf", {"--pages", "2", "--rect", "150,150,450,650"});
+  startFolio(pdf);
+  selectCropToolAndMeasure();
+  drag({device(100, 700), device(400, 300)});
+  auto inside = device(250, 500);
+  clickAt(inside.first, inside.second);
+  press("Current");
+  // The cropped page shows the area outside the crop box dimmed.
+  auto out = device(40, 100);
+  EXPECT_EQ(shot().at(out.first, out.second), (guitest::Rgb{0xaf, 0xaf, 0xaf}));
+  chooseMenu({"File", "QUIL:PSRevert"});
+  press("OK"); // "Are you sure you want to revert to last saved version?"
+  settle(500);
+  pageView = guitest::findWindow(xvfb.display(), "page view");
+  guitest::Snapshot s = shot();
+  EXPECT_EQ(s.at(out.first, out.second), (guitest::Rgb{255, 255, 255})) << "still cropped after Revert";
+  for (const Box &box : cropBoxes(pdf))
+    EXPECT_EQ(box, (Box{0, 0, 612, 792}));
+}
+
+} // namespace
