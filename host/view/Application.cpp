@@ -8,6 +8,7 @@
 #include "Handles.h"
 #include "core/Atoms.h"
 #include "core/Callback.h"
+#include "core/ExceptionFrames.h"
 #include "model/ModelError.h"
 
 namespace folio::view {
@@ -359,7 +360,11 @@ std::string Application::toolType(FVTool tool) const
   auto fn = callbackProc<FVToolGetTypeProcType>(TOOL_SLOT(tool, GetType));
   if (!fn)
     return {};
-  const char *s = atomString(fn(tool));
+  FSAtom type = FSAtomNull;
+  auto call = [&] { type = fn(tool); };
+  if (!callGuarded(call))
+    return {};
+  const char *s = atomString(type);
   return s ? s : "";
 }
 
@@ -379,13 +384,18 @@ void Application::setActiveTool(FVTool tool, bool persistent)
   FVTool previous = activeTool_;
   if (previous) {
     auto deactivate = callbackProc<FVToolDeactivateProcType>(TOOL_SLOT(previous, Deactivate));
-    if (deactivate)
-      deactivate(previous);
+    if (deactivate) {
+      auto call = [&] { deactivate(previous); };
+      callGuarded(call);
+    }
   }
   activeTool_ = tool;
   auto activate = callbackProc<FVToolActivateProcType>(TOOL_SLOT(tool, Activate));
-  if (activate)
-    activate(tool, persistent ? 1 : 0);
+  if (activate) {
+    FSBool p = persistent ? 1 : 0;
+    auto call = [&] { activate(tool, p); };
+    callGuarded(call);
+  }
   for (ApplicationListener *l : std::vector<ApplicationListener *>(listeners_))
     l->activeToolChanged(tool);
 }
@@ -394,21 +404,35 @@ bool Application::toolClick(PageView &view, FSInt16 x, FSInt16 y, FSInt16 flags,
 {
   FVTool tool = activeTool_;
   auto fn = callbackProc<FVToolDoClickProcType>(TOOL_SLOT(tool, DoClick));
-  return fn ? fn(tool, toFVPageView(&view), x, y, flags, clickNo) != 0 : false;
+  if (!fn)
+    return false;
+  FVPageView pv = toFVPageView(&view);
+  bool handled = false;
+  auto call = [&] { handled = fn(tool, pv, x, y, flags, clickNo) != 0; };
+  return callGuarded(call) && handled;
 }
 
 bool Application::toolAdjustCursor(PageView &view, FSInt16 x, FSInt16 y)
 {
   FVTool tool = activeTool_;
   auto fn = callbackProc<FVToolAdjustCursorProcType>(TOOL_SLOT(tool, AdjustCursor));
-  return fn ? fn(tool, toFVPageView(&view), x, y) != 0 : false;
+  if (!fn)
+    return false;
+  FVPageView pv = toFVPageView(&view);
+  bool handled = false;
+  auto call = [&] { handled = fn(tool, pv, x, y) != 0; };
+  return callGuarded(call) && handled;
 }
 
 bool Application::toolKeyDown(FSUns16 key, FSInt16 flags)
 {
   FVTool tool = activeTool_;
   auto fn = callbackProc<FVToolDoKeyDownProcType>(TOOL_SLOT(tool, DoKeyDown));
-  return fn ? fn(tool, key, flags) != 0 : false;
+  if (!fn)
+    return false;
+  bool handled = false;
+  auto call = [&] { handled = fn(tool, key, flags) != 0; };
+  return callGuarded(call) && handled;
 }
 
 // ---- cancel and progress -----------------------------------------------------------
@@ -496,7 +520,10 @@ void Application::runDrawingCallbacks(PageView &view, const FVRect &updateRect)
     if (!fn)
       continue;
     FVRect area = updateRect;
-    fn(toFVPageView(&view), &area, entry.second);
+    FVPageView pv = toFVPageView(&view);
+    void *data = entry.second;
+    auto call = [&] { fn(pv, &area, data); };
+    callGuarded(call);
   }
 }
 

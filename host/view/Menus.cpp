@@ -6,6 +6,7 @@
 
 #include "Ports.h"
 #include "core/Callback.h"
+#include "core/ExceptionFrames.h"
 
 namespace folio::view {
 
@@ -59,16 +60,21 @@ char titleMnemonic(const std::string &title)
 
 // ---- procedures -------------------------------------------------------------
 
+// Extensions' procedures run inside a host exception frame: a raise in one
+// ends only that call (a query then answers its default).
 static bool askBool(const ProcBinding &binding, const std::function<bool()> &host, bool absent)
 {
   if (host)
     return host();
-  if (!binding.proc)
-    return absent;
   auto fn = callbackProc<FVComputeEnabledProc>(binding.proc);
   if (!fn)
     return absent;
-  return fn(binding.data) != 0;
+  bool answer = absent;
+  void *data = binding.data;
+  auto call = [&] { answer = fn(data) != 0; };
+  if (!callGuarded(call))
+    return absent;
+  return answer;
 }
 
 static void runExecute(const ProcBinding &binding, const std::function<void()> &host)
@@ -78,8 +84,11 @@ static void runExecute(const ProcBinding &binding, const std::function<void()> &
     return;
   }
   auto fn = callbackProc<FVExecuteProc>(binding.proc);
-  if (fn)
-    fn(binding.data);
+  if (!fn)
+    return;
+  void *data = binding.data;
+  auto call = [&] { fn(data); };
+  callGuarded(call);
 }
 
 // ---- every live object, for the teardown at exit --------------------------------

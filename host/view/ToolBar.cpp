@@ -5,15 +5,22 @@
 
 #include "core/Atoms.h"
 #include "core/Callback.h"
+#include "core/ExceptionFrames.h"
 
 namespace folio::view {
 
+// Extensions' procedures run inside a host exception frame (see Menus.cpp).
 static bool askBool(const ProcBinding &binding, const std::function<bool()> &host, bool absent)
 {
   if (host)
     return host();
   auto fn = callbackProc<FVComputeEnabledProc>(binding.proc);
-  return fn ? fn(binding.data) != 0 : absent;
+  if (!fn)
+    return absent;
+  bool answer = absent;
+  void *data = binding.data;
+  auto call = [&] { answer = fn(data) != 0; };
+  return callGuarded(call) ? answer : absent;
 }
 
 ToolButton *ToolButton::create(FSAtom name, FVIcon icon, bool isSeparator, bool noFlyout)
@@ -77,8 +84,11 @@ void ToolButton::execute()
     return;
   }
   auto fn = callbackProc<FVExecuteProc>(execute_.proc);
-  if (fn)
-    fn(execute_.data);
+  if (!fn)
+    return;
+  void *data = execute_.data;
+  auto call = [&] { fn(data); };
+  callGuarded(call);
 }
 
 bool ToolButton::runAsUser()

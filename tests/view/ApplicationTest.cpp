@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "Atoms.h"
+#include "ExceptionFrames.h"
 #include "ViewTestSupport.h"
 #include "model/Handles.h"
 #include "view/Application.h"
@@ -282,6 +283,10 @@ void DrawA(FVPageView, FVRect *r, void *data)
 {
   gDrawLog.push_back("A " + std::to_string(reinterpret_cast<intptr_t>(data)) + " " + std::to_string(r->left));
 }
+void DrawRaise(FVPageView, FVRect *, void *)
+{
+  folio::raiseException(5);
+}
 void DrawB(FVPageView, FVRect *, void *data)
 {
   gDrawLog.push_back("B " + std::to_string(reinterpret_cast<intptr_t>(data)));
@@ -331,6 +336,19 @@ TEST(ViewApp, UnregisteredCallbackIsNotCalled)
   EXPECT_EQ(app.drawingCount(), 1u);
   app.runDrawingCallbacks(doc.pageView(), FVRect{0, 0, 1, 1});
   EXPECT_EQ(gDrawLog, (std::vector<std::string>{"B 0"}));
+}
+
+TEST(ViewApp, ARaisingDrawingCallbackDoesNotStopTheOthers)
+{
+  Application app;
+  std::string path = viewtest::makePdf("a.pdf", {viewtest::page(0, 0, 612, 792)});
+  DocWindow &doc = app.openDocument(path);
+  gDrawLog.clear();
+  app.registerDrawing(callbackOf(&DrawRaise), nullptr);
+  app.registerDrawing(callbackOf(&DrawB), nullptr);
+  app.runDrawingCallbacks(doc.pageView(), FVRect{0, 0, 1, 1});
+  EXPECT_EQ(gDrawLog, (std::vector<std::string>{"B 0"}));
+  EXPECT_EQ(folio::exceptionErrorCode(), 5);
 }
 
 // ---- documents -----------------------------------------------------------------

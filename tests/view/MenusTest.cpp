@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "Atoms.h"
+#include "ExceptionFrames.h"
 #include "ViewTestSupport.h"
 #include "view/Application.h"
 
@@ -29,6 +30,14 @@ void CountExecute(void *data)
 FSBool AnswerData(void *data)
 {
   return data ? 1 : 0;
+}
+void RaiseInExecute(void *)
+{
+  folio::raiseException(77);
+}
+FSBool RaiseInQuery(void *)
+{
+  folio::raiseException(78);
 }
 
 } // namespace
@@ -260,6 +269,20 @@ TEST(ViewMenus, RunAsUserAsksEnabledFirst)
   item->setComputeEnabledProc(callbackOf(&AnswerData), &token); // answers true
   EXPECT_TRUE(item->runAsUser());
   EXPECT_EQ(gExecuted, 1);
+  item->release();
+}
+
+TEST(ViewMenus, ARaiseInAnExtensionsProcedureEndsOnlyThatCall)
+{
+  MenuItem *item = MenuItem::create("A", "A");
+  item->setExecuteProc(callbackOf(&RaiseInExecute), nullptr);
+  item->setComputeEnabledProc(callbackOf(&RaiseInQuery), nullptr);
+  item->setComputeMarkedProc(callbackOf(&RaiseInQuery), nullptr);
+  item->execute();
+  EXPECT_EQ(folio::exceptionErrorCode(), 77);
+  EXPECT_TRUE(item->isEnabled()); // the default answer
+  EXPECT_FALSE(item->isMarked());
+  EXPECT_EQ(folio::exceptionFrameDepth(), 0u);
   item->release();
 }
 
