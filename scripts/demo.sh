@@ -11,8 +11,10 @@
 #   sample-bbox.pdf     every page cropped to the bounding box of its contents
 #   sample-region.pdf   one region drawn on page 1, applied to all pages
 #   sample-reset.pdf    the region crop reset to the media boxes again
-#   region.png          the page view with the media box outline (red) and the
-#                       drawn crop region with its four handles
+#   region.png          page 5 in the page view with the media box outline (red)
+#                       and a drawn crop region with its four handles
+#   bbox-page5.png      page 5 after the crop to bounding boxes: outside the crop
+#                       box the page is dimmed
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${FOLIO_BUILD_DIR:-build}
@@ -33,7 +35,7 @@ show() { # show TITLE FILE: the boxes of every page, as the host reads them
 }
 
 echo "demo: writing a sample document with mixed pages"
-"$mkpdf" --pages 8 --mixed 3 "$out/sample.pdf"
+"$mkpdf" --pages 10 --mixed 6 "$out/sample.pdf"
 show "before: $out/sample.pdf" "$out/sample.pdf"
 
 echo
@@ -52,10 +54,11 @@ echo "demo: reset every page of the region crop to its media box"
 show "after reset to media box: $out/sample-reset.pdf" "$out/sample-reset.pdf"
 
 echo
-echo "demo: the page view with the crop tool's overlays"
-"$folio" --run "open \"$out/sample.pdf\"; button QUIL:PageShear; drag 36 720 540 72; snapshot \"$out/region.png\"" \
+echo "demo: the page view of page 5 with the crop tool's overlays, and after the crop to bounding boxes"
+"$folio" --run "open \"$out/sample.pdf\"; page 5; button QUIL:PageShear; drag 150 680 650 220; snapshot \"$out/region.png\"" \
   2>/dev/null | grep '^snapshot'
-
+"$folio" --run "open \"$out/sample-bbox.pdf\"; page 5; menu QUIL:PSShowMediaBox; snapshot \"$out/bbox-page5.png\"" \
+  2>/dev/null | grep '^snapshot'
 
 if command -v qpdf >/dev/null 2>&1; then
   echo
