@@ -46,7 +46,8 @@ struct ViewerOptions {
   // The main window's initial size in pixels.
   int width = 760;
   int height = 940;
-  // FOLIO_REDRAW_STATS: "1" (stderr) or a file path.
+  // FOLIO_REDRAW_STATS: "1" (stderr) or a file path; FOLIO_VIEWER_SIZE:
+  // the window's size as WIDTHxHEIGHT.
   static ViewerOptions fromEnvironment();
 };
 

@@ -32,6 +32,7 @@ namespace folio::motif {
 // Times of redraws, for the --redraw-stats report.
 struct RedrawStats {
   std::vector<double> redrawMs;     // redraws of a page already rendered
+  std::vector<double> frameMs;      // of which the view layer's drawing into the frame
   std::vector<double> pageChangeMs; // showing another page (render included)
   std::vector<double> presentMs;    // copying the frame to the window
   std::string report(bool sharedMemory) const;
@@ -146,6 +147,7 @@ struct Viewer::Impl : view::ApplicationListener {
   Time lastClickTime = 0;
   int lastClickX = -100, lastClickY = -100, clickCount = 0;
   RedrawStats stats;
+  double presentTotalMs = 0; // sum of presentMs, to split a redraw's time
   bool pageChangePending = false;
 };
 

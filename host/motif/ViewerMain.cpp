@@ -77,6 +77,7 @@ std::string RedrawStats::report(bool sharedMemory) const
   };
   out << "folio redraw statistics (" << (sharedMemory ? "MIT-SHM" : "XPutImage") << ")\n";
   row("redraw", redrawMs);
+  row("  frame", frameMs);
   row("page change", pageChangeMs);
   row("present", presentMs);
   return out.str();
@@ -89,6 +90,13 @@ ViewerOptions ViewerOptions::fromEnvironment()
     o.redrawStats = true;
     if (std::string(s) != "1")
       o.statsPath = s;
+  }
+  if (const char *g = std::getenv("FOLIO_VIEWER_SIZE")) {
+    int w = 0, h = 0;
+    if (std::sscanf(g, "%dx%d", &w, &h) == 2 && w >= 200 && h >= 200) {
+      o.width = w;
+      o.height = h;
+    }
   }
   return o;
 }
@@ -276,15 +284,18 @@ void Viewer::Impl::redrawPending()
   if (!v->invalidArea(dirty))
     return;
   unsigned rendersBefore = v->renderCount();
+  double presentBefore = presentTotalMs;
   auto t0 = Clock::now();
   v->drawNow();
   XSync(display, False); // the pixels are on the server: the time a user waits
   double ms = msSince(t0);
   if (options.redrawStats) {
-    if (pageChangePending || v->renderCount() != rendersBefore)
+    if (pageChangePending || v->renderCount() != rendersBefore) {
       stats.pageChangeMs.push_back(ms);
-    else
+    } else {
       stats.redrawMs.push_back(ms);
+      stats.frameMs.push_back(ms - (presentTotalMs - presentBefore));
+    }
   }
   pageChangePending = false;
 }

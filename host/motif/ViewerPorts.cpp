@@ -211,8 +211,11 @@ void Viewer::Impl::presentArea(view::PageView &view, const FVRect &a)
   // Device rectangles are closed: right and bottom edges included.
   presenter->present(raster, a.left, a.top, a.right - a.left + 1, a.bottom - a.top + 1);
   XFlush(display);
-  if (options.redrawStats)
-    stats.presentMs.push_back(msSince(t0));
+  if (options.redrawStats) {
+    double ms = msSince(t0);
+    stats.presentMs.push_back(ms);
+    presentTotalMs += ms;
+  }
 }
 
 } // namespace folio::motif

@@ -12,6 +12,7 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
+#include <fstream>
 #include <sstream>
 #include <thread>
 
@@ -88,9 +89,9 @@ protected:
   }
 
   // Starts folio on `pdf` and waits until its page view is up.
-  void startFolio(const std::string &pdf)
+  void startFolio(const std::string &pdf, const std::vector<std::string> &env = {})
   {
-    folio = guitest::spawn({GUI_FOLIO, pdf}, xvfb.display(), {}, dir + "/folio.log");
+    folio = guitest::spawn({GUI_FOLIO, pdf}, xvfb.display(), env, dir + "/folio.log");
     ASSERT_GT(folio, 0);
     pageView = guitest::findWindow(xvfb.display(), "page view", 20000);
     ASSERT_NE(pageView, 0u) << "the viewer did not come up";
@@ -395,6 +396,74 @@ TEST_F(GuiViewer, RevertThrowsAwayTheCrop)
   pageView = guitest::findWindow(xvfb.display(), "page view");
   guitest::Snapshot s = shot();
   EXPECT_EQ(s.at(out.first, out.second), (guitest::Rgb{255, 255, 255})) << "still cropped after Revert";
+  for (const Box &box : cropBoxes(pdf))
+    EXPECT_EQ(box, (Box{0, 0, 612, 792}));
+}
+
+TEST_F(GuiViewer, ZoomShortcutsScaleThePage)
+{
+  std::string pdf = makePdf("letter.pdf", {"--rect", "100,100,300,300"});
+  startFolio(pdf);
+  selectCropToolAndMeasure();
+  key("ctrl+minus"); // Zoom Out: 100% -> 75%
+  int l, t, r, b;
+  ASSERT_TRUE(redOutline(shot(), l, t, r, b));
+  EXPECT_EQ(r - l, 459);
+  EXPECT_EQ(b - t, 594);
+  key("ctrl+equal"); // Zoom In: back to 100%
+  ASSERT_TRUE(redOutline(shot(), l, t, r, b));
+  EXPECT_EQ(r - l, 612);
+  key("ctrl+equal"); // 125%: wider than the window, so the outline's
+  key("ctrl+1");     // sides are out of sight; Actual Size brings it back
+  ASSERT_TRUE(redOutline(shot(), l, t, r, b));
+  EXPECT_EQ(r - l, 612);
+  EXPECT_EQ(b - t, 792);
+}
+
+std::string readFile(const std::string &path)
+{
+  std::ifstream in(path);
+  std::stringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+TEST_F(GuiViewer, PageKeysChangePagesAndTheStatisticsAreWrittenAtQuit)
+{
+  std::string pdf = makePdf("three.pdf", {"--pages", "3", "--rect", "100,100,300,300"});
+  std::string stats = dir + "/stats.txt";
+  startFolio(pdf, {"FOLIO_REDRAW_STATS=" + stats});
+  key("Next");
+  key("Next");
+  key("Next"); // already on the last page: nothing happens
+  key("Prior");
+  key("ctrl+q");
+  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
+  folio = -1;
+  std::string text = readFile(stats);
+  // The first page shown, then pages 2, 3 and 2 again.
+  EXPECT_NE(text.find("page change   n=4 "), std::string::npos) << text;
+  EXPECT_NE(text.find("redraw"), std::string::npos) << text;
+  EXPECT_NE(text.find("present"), std::string::npos) << text;
+}
+
+TEST_F(GuiViewer, QuitAsksBeforeClosingADocumentWithUnsavedChanges)
+{
+  std::string pdf = makePdf("two.pdf", {"--pages", "2", "--rect", "150,150,450,650"});
+  startFolio(pdf);
+  selectCropToolAndMeasure();
+  drag({device(100, 700), device(400, 300)});
+  auto inside = device(250, 500);
+  clickAt(inside.first, inside.second);
+  press("Current");
+  key("ctrl+q");
+  // "Save changes to ... before closing?": Cancel keeps the viewer running.
+  press("Cancel");
+  EXPECT_TRUE(guitest::running(folio));
+  key("ctrl+q");
+  press("Don't Save");
+  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
+  folio = -1;
   for (const Box &box : cropBoxes(pdf))
     EXPECT_EQ(box, (Box{0, 0, 612, 792}));
 }
