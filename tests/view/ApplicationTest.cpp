@@ -391,6 +391,24 @@ TEST(ViewApp, OpenReportingShowsTheErrorAsANote)
   EXPECT_EQ(ports.log[0].rfind("note ", 0), 0u);
 }
 
+TEST(ViewApp, EncryptedDocumentOpensWithThePasswordPort)
+{
+  std::string plain = viewtest::makePdf("plain.pdf", {viewtest::page(0, 0, 612, 792)});
+  std::string locked = viewtest::tempPath("locked.pdf");
+  std::string why;
+  if (!folio::pdfgen::encryptWithQpdf(plain, locked, "user", "owner", true, &why))
+    GTEST_SKIP() << "cannot encrypt: " << why;
+  Application app;
+  EXPECT_THROW(app.openDocument(locked), std::exception); // no port: only the empty password
+  folio::model::FixedPasswordPort password("user");
+  Ports p;
+  p.password = &password;
+  app.setPorts(p);
+  DocWindow &doc = app.openDocument(locked);
+  EXPECT_TRUE(doc.document().isEncrypted());
+  EXPECT_EQ(doc.pageView().pageCount(), 1);
+}
+
 TEST(ViewApp, CloseMakesTheLastRemainingDocumentActive)
 {
   Application app;

@@ -6,9 +6,13 @@
 #include <X11/Intrinsic.h>
 #include <X11/Xlib.h>
 #include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
+#include <string>
 
 #define FOLIO_HOST_SIDE
 #include "UnixTable.h"
@@ -23,6 +27,60 @@ namespace {
 bool processAlive(int pid)
 {
   return pid > 0 && (kill(pid, 0) == 0 || errno == EPERM);
+}
+
+// True when `pid` is gone within about two seconds. The server is not our
+// child here (a child of the forked host), so it is seen through /proc: a
+// zombie left for its dead parent counts as gone.
+bool goneSoon(int pid)
+{
+  for (int i = 0; i < 200; ++i) {
+    std::string stat = "/proc/" + std::to_string(pid) + "/stat";
+    FILE *f = std::fopen(stat.c_str(), "r");
+    if (!f)
+      return true;
+    char buf[256] = {0};
+    size_t n = std::fread(buf, 1, sizeof buf - 1, f);
+    std::fclose(f);
+    std::string text(buf, n);
+    size_t close = text.rfind(')');
+    if (close != std::string::npos && close + 2 < text.size() && text[close + 2] == 'Z')
+      return true;
+    usleep(10000);
+  }
+  return false;
+}
+
+// Forks a host that opens a session, reports its server's pid and then ends
+// by `how`: 0 exit() without destroying the session, 1 killed by SIGKILL.
+int serverOfAHostThatEnds(int how)
+{
+  int fds[2];
+  if (pipe(fds) != 0)
+    return 0;
+  pid_t child = fork();
+  if (child == 0) {
+    close(fds[0]);
+    int pid = 0;
+    try {
+      pid = XSession::open().release()->serverPid(); // never destroyed
+    } catch (...) {
+    }
+    if (write(fds[1], &pid, sizeof pid) != sizeof pid)
+      _exit(2);
+    if (how == 1)
+      pause(); // until killed
+    std::exit(0);
+  }
+  close(fds[1]);
+  int pid = 0;
+  if (read(fds[0], &pid, sizeof pid) != sizeof pid)
+    pid = 0;
+  close(fds[0]);
+  if (how == 1)
+    kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
+  return pid;
 }
 
 struct ViewPlatform : ::testing::Test {
@@ -57,6 +115,24 @@ TEST_F(ViewPlatform, StopsThePrivateServerWithTheSession)
     ASSERT_TRUE(processAlive(pid));
   }
   EXPECT_FALSE(processAlive(pid));
+}
+
+TEST_F(ViewPlatform, ThePrivateServerEndsWhenTheHostExits)
+{
+  if (folio::platform::findProgram("Xvfb").empty())
+    GTEST_SKIP() << "no Xvfb on this machine";
+  int pid = serverOfAHostThatEnds(0);
+  ASSERT_GT(pid, 0);
+  EXPECT_TRUE(goneSoon(pid));
+}
+
+TEST_F(ViewPlatform, ThePrivateServerEndsWhenTheHostIsKilled)
+{
+  if (folio::platform::findProgram("Xvfb").empty())
+    GTEST_SKIP() << "no Xvfb on this machine";
+  int pid = serverOfAHostThatEnds(1);
+  ASSERT_GT(pid, 0);
+  EXPECT_TRUE(goneSoon(pid));
 }
 
 TEST_F(ViewPlatform, ShellIsRealisedAndUnmapped)
