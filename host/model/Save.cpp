@@ -152,6 +152,7 @@ bool Document::saveAs(const std::string &target, bool forceFull)
           return m;
         }());
 
+  pdf_document *fresh = nullptr;
   try {
     if (incremental)
       copyOriginal(d, fd);
@@ -174,12 +175,31 @@ bool Document::saveAs(const std::string &target, bool forceFull)
     if (!syncPath(temp, false))
       throw ModelError(ModelErrorKind::SaveFailed,
                        std::string("cannot flush (") + std::strerror(errno) + ")");
+    // Read the new file back before it replaces anything. The engine repairs
+    // a damaged file lazily, when a page's contents are first read, and such
+    // a repair can take the catalog with it; the file written then has no
+    // pages, and must not take the place of a good one.
+    fresh = reopen(ctx, tempPath, d.password.c_str());
+    int freshPages = 0;
+    if (fresh) {
+      try {
+        engineCall(ctx, ModelErrorKind::Engine, "", [&] { freshPages = pdf_count_pages(ctx, fresh); });
+      } catch (const ModelError &) {
+        freshPages = 0;
+      }
+    }
+    if (freshPages != d.pageCount)
+      throw ModelError(ModelErrorKind::SaveFailed, "the written file does not read back with all its pages");
     if (::rename(temp.c_str(), target.c_str()) != 0)
       throw ModelError(ModelErrorKind::SaveFailed,
                        std::string("cannot replace it (") + std::strerror(errno) + ")");
   } catch (const ModelError &e) {
     if (fd >= 0)
       ::close(fd);
+    if (fresh) {
+      pdf_drop_page_tree(ctx, fresh);
+      pdf_drop_document(ctx, fresh);
+    }
     ::unlink(temp.c_str());
     saveFailed(target, e.what());
   }
@@ -195,7 +215,7 @@ bool Document::saveAs(const std::string &target, bool forceFull)
       p->impl_ = nullptr;
     }
   }
-  pdf_document *fresh = reopen(ctx, target.c_str(), d.password.c_str());
+  // The document read back above reads the renamed file (it holds it open).
   bool reopened = fresh != nullptr;
   if (reopened) {
     if (d.pageTreeLoaded)
