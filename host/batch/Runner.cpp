@@ -195,6 +195,8 @@ bool Runner::step(const Step &s)
   }
   if (!ok || failed_)
     return false;
+  if (interrupted_)
+    return error(s.line, "interrupted: the command was cancelled and the run stops; nothing more is saved");
   // As the viewer repaints after every user action, so the page-view drawing
   // callbacks run between actions here too.
   if (view::DocWindow *doc = app_.activeDocument())
@@ -488,6 +490,7 @@ bool Runner::cancelRequested()
     return true;
   if (gInterrupted) {
     gInterrupted = 0;
+    interrupted_ = true;
     out_ << "cancel: interrupted at poll " << polls_ << "\n";
     return true;
   }

@@ -17,6 +17,10 @@
 // declined (answer 0) and the cancel test answers true, so that the plug-in
 // winds its operation down without touching the file.
 //
+// Ctrl-C (requestCancelFromSignal) makes the next cancel poll answer true, so
+// that the running command undoes what it did as a user's cancel would; the
+// run then stops after that step, like any error, and saves nothing more.
+//
 // Lifetime: the runner installs its ports on the application when made
 // (keeping the application's other ports) and removes them when destroyed.
 #pragma once
@@ -115,6 +119,7 @@ private:
   bool progressBar_;
 
   bool failed_ = false;
+  bool interrupted_ = false; // Ctrl-C answered a cancel poll during this step
   int currentLine_ = 0;
   std::deque<Answer> answers_;
   std::deque<Confirmation> confirmations_;

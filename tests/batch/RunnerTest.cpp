@@ -173,12 +173,15 @@ TEST_F(BatchRunnerTest, NoCancelWithoutCancelAt)
   EXPECT_EQ(polls, (std::vector<bool>(5, false)));
 }
 
-TEST_F(BatchRunnerTest, SignalRequestCancelsTheNextPoll)
+TEST_F(BatchRunnerTest, SignalRequestCancelsTheNextPollAndStopsTheRun)
 {
   Runner::requestCancelFromSignal();
-  EXPECT_EQ(run("menu Test:Poll5\n"), 0);
+  EXPECT_EQ(run("menu Test:Poll5\nmenu Test:Note\n"), 1);
   EXPECT_EQ(polls, (std::vector<bool>{true, false, false, false, false}));
+  // The interrupted command ends as a cancel does; then the run stops.
   EXPECT_EQ(out.str(), "cancel: interrupted at poll 1\n");
+  EXPECT_EQ(err.str(),
+            "folio: t:1: interrupted: the command was cancelled and the run stops; nothing more is saved\n");
 }
 
 TEST_F(BatchRunnerTest, ProgressWithoutTerminalPrintsNothing)
