@@ -35,6 +35,11 @@ struct RedrawStats {
   std::vector<double> frameMs;      // of which the view layer's drawing into the frame
   std::vector<double> pageChangeMs; // showing another page (render included)
   std::vector<double> presentMs;    // copying the frame to the window
+  // The viewer's own processor time for the same redraws and page changes
+  // (steadier than wall time on a loaded machine; the X server's share is
+  // not in it).
+  std::vector<double> redrawCpuMs;
+  std::vector<double> pageChangeCpuMs;
   std::string report(bool sharedMemory) const;
 };
 

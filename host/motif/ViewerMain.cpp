@@ -23,6 +23,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -40,6 +41,13 @@ double msSince(Clock::time_point t0)
 
 const double kZoomSteps[] = {10,  25,  33.33, 50,  66.67, 75,   100,  125,  150,
                              200, 300, 400,   600, 800,   1200, 1600, 3200, 6400};
+
+double cpuMs()
+{
+  timespec ts{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+  return ts.tv_sec * 1e3 + ts.tv_nsec / 1e6;
+}
 
 double percentile(std::vector<double> v, double p)
 {
@@ -79,6 +87,8 @@ std::string RedrawStats::report(bool sharedMemory) const
   row("redraw", redrawMs);
   row("  frame", frameMs);
   row("page change", pageChangeMs);
+  row("redraw cpu", redrawCpuMs);
+  row("page chg cpu", pageChangeCpuMs);
   row("present", presentMs);
   return out.str();
 }
@@ -285,15 +295,19 @@ void Viewer::Impl::redrawPending()
     return;
   unsigned rendersBefore = v->renderCount();
   double presentBefore = presentTotalMs;
+  double cpu0 = cpuMs();
   auto t0 = Clock::now();
   v->drawNow();
   XSync(display, False); // the pixels are on the server: the time a user waits
   double ms = msSince(t0);
+  double cpu = cpuMs() - cpu0;
   if (options.redrawStats) {
     if (pageChangePending || v->renderCount() != rendersBefore) {
       stats.pageChangeMs.push_back(ms);
+      stats.pageChangeCpuMs.push_back(cpu);
     } else {
       stats.redrawMs.push_back(ms);
+      stats.redrawCpuMs.push_back(cpu);
       stats.frameMs.push_back(ms - (presentTotalMs - presentBefore));
     }
   }
@@ -417,14 +431,17 @@ void Viewer::Impl::goToPage(int n)
   view::PageView *v = shownView();
   if (!v || n < 0 || n >= v->pageCount() || n == v->pageNumber())
     return;
+  double cpu0 = cpuMs();
   auto t0 = Clock::now();
   v->goToPage(n);
   fitScroll(true);
   v->invalidateAll();
   v->drawNow();
   XSync(display, False);
-  if (options.redrawStats)
+  if (options.redrawStats) {
     stats.pageChangeMs.push_back(msSince(t0));
+    stats.pageChangeCpuMs.push_back(cpuMs() - cpu0);
+  }
 }
 
 void Viewer::Impl::setZoom(double percent)
