@@ -2,6 +2,8 @@
 // else a private Xvfb, and a realised shell widget on it.
 #include "XDisplay.h"
 
+#include "TestHost.h"
+
 #include <X11/Shell.h>
 #include <X11/StringDefs.h>
 
@@ -151,6 +153,15 @@ const XDisplayInfo &testXDisplay()
 Widget testShellWidget()
 {
   return testXDisplay().shell;
+}
+
+bool attachTestXDisplay(TestHost &host)
+{
+  Widget shell = testShellWidget();
+  if (shell == nullptr)
+    return false;
+  host.setShellWidget(shell);
+  return true;
 }
 
 } // namespace testhost

@@ -18,6 +18,8 @@
 
 namespace testhost {
 
+class TestHost;
+
 struct XDisplayInfo {
   Display *display = nullptr; // the Xt display connection (owned here)
   Widget shell = nullptr;     // a realised 64 x 64 application shell, never mapped
@@ -34,6 +36,10 @@ const XDisplayInfo &testXDisplay();
 // The realised shell widget, or null when no display could be had: what the
 // test host's "Unix" table hands out as the application's shell widget.
 Widget testShellWidget();
+
+// Hands the realised shell widget to the host's "Unix" table (entry 1 then
+// answers it). False, with the host left as it was, when there is no display.
+bool attachTestXDisplay(TestHost &host);
 
 } // namespace testhost
 

@@ -49,7 +49,7 @@ protected:
     const testhost::XDisplayInfo &x = testhost::testXDisplay();
     ASSERT_NE(x.display, nullptr) << x.error;
     dpy = x.display;
-    h.setShellWidget(x.shell);
+    ASSERT_TRUE(testhost::attachTestXDisplay(h));
     pixmapCursorCalls().clear();
     startUp();
     h.addDocument(1);
