@@ -347,30 +347,33 @@ void PageView::redrawArea(const FVRect &requested)
   pageToDevice(fromFixed(shown.right), fromFixed(shown.bottom), bx, by);
   const double sx0 = std::min(ax, bx), sx1 = std::max(ax, bx), sy0 = std::min(ay, by), sy1 = std::max(ay, by);
 
+  // Pixel x of a row is shown as rendered when its centre lies inside the
+  // shown box: x in [showL, showR); the raster covers x in [ox, ox + width).
   const model::PageRaster &ras = *raster_;
+  const int showL = static_cast<int>(std::ceil(sx0 - 0.5)), showR = static_cast<int>(std::ceil(sx1 - 0.5));
+  const int rasL = ox, rasR = ox + ras.width;
+  auto fillGrey = [](uint8_t *out, int n) { std::memset(out, kBackgroundGrey, static_cast<size_t>(n) * 3); };
+  auto dim = [](uint8_t *out, const uint8_t *in, int n) {
+    for (int i = 0; i < n * 3; ++i)
+      out[i] = static_cast<uint8_t>((in[i] + kDimGrey) / 2);
+  };
   for (int y = t; y <= b; ++y) {
-    uint8_t *out = frame_.pixel(l, y);
+    uint8_t *row = frame_.pixel(0, y);
     int ry = y - oy;
-    bool rowInPage = ry >= 0 && ry < ras.height;
-    bool rowShown = (y + 0.5) > sy0 && (y + 0.5) < sy1;
-    const uint8_t *src = rowInPage ? &ras.rgb[static_cast<size_t>(ry) * ras.stride] : nullptr;
-    for (int x = l; x <= r; ++x, out += 3) {
-      int rx = x - ox;
-      if (!rowInPage || rx < 0 || rx >= ras.width) {
-        out[0] = out[1] = out[2] = kBackgroundGrey;
-        continue;
-      }
-      const uint8_t *p = src + rx * 3;
-      if (rowShown && (x + 0.5) > sx0 && (x + 0.5) < sx1) {
-        out[0] = p[0];
-        out[1] = p[1];
-        out[2] = p[2];
-      } else {
-        out[0] = static_cast<uint8_t>((p[0] + kDimGrey) / 2);
-        out[1] = static_cast<uint8_t>((p[1] + kDimGrey) / 2);
-        out[2] = static_cast<uint8_t>((p[2] + kDimGrey) / 2);
-      }
+    if (ry < 0 || ry >= ras.height) {
+      fillGrey(row + l * 3, r - l + 1);
+      continue;
     }
+    const uint8_t *src = &ras.rgb[static_cast<size_t>(ry) * ras.stride] - static_cast<ptrdiff_t>(ox) * 3;
+    bool rowShown = (y + 0.5) > sy0 && (y + 0.5) < sy1;
+    // Runs: grey left of the raster, dimmed, shown, dimmed, grey right of it.
+    int a = std::clamp(rasL, l, r + 1), e = std::clamp(rasR, l, r + 1);
+    fillGrey(row + l * 3, a - l);
+    fillGrey(row + e * 3, r + 1 - e);
+    int s0 = rowShown ? std::clamp(showL, a, e) : e, s1 = rowShown ? std::clamp(showR, s0, e) : e;
+    dim(row + a * 3, src + a * 3, s0 - a);
+    std::memcpy(row + s0 * 3, src + s0 * 3, static_cast<size_t>(s1 - s0) * 3);
+    dim(row + s1 * 3, src + s1 * 3, e - s1);
   }
 
   FVRect area{static_cast<FSInt16>(l), static_cast<FSInt16>(t), static_cast<FSInt16>(r),

@@ -295,6 +295,37 @@ TEST_F(ViewFrame, OutsideTheCropBoxIsDimmed)
   EXPECT_EQ(at(view(), 2, 2), kGrey);
 }
 
+TEST_F(ViewFrame, ScrolledAndClippedFrameKeepsTheBoundaries)
+{
+  auto spec = viewtest::page(0, 0, 400, 500);
+  spec.crop = folio::pdfgen::Box{100, 100, 300, 400};
+  open({spec});
+  view().setDeviceSize(200, 150);
+  view().setScroll(50, 60); // the page starts 42, 52 pixels up-left of the frame
+  view().drawNow();
+  // The crop box's left edge is now at device x 58, its top at y 48.
+  EXPECT_EQ(at(view(), 0, 0), kDimmedWhite);
+  EXPECT_EQ(at(view(), 57, 60), kDimmedWhite);
+  EXPECT_EQ(at(view(), 58, 60), kWhite);
+  EXPECT_EQ(at(view(), 70, 47), kDimmedWhite);
+  EXPECT_EQ(at(view(), 70, 48), kWhite);
+  EXPECT_EQ(at(view(), 199, 149), kWhite);
+}
+
+TEST_F(ViewFrame, ScrolledPastThePageShowsTheBackground)
+{
+  open({viewtest::page(0, 0, 100, 100)});
+  view().setDeviceSize(300, 300);
+  view().setScroll(-100, -50); // the page starts at 108, 58
+  view().drawNow();
+  EXPECT_EQ(at(view(), 107, 100), kGrey);
+  EXPECT_EQ(at(view(), 108, 100), kWhite);
+  EXPECT_EQ(at(view(), 207, 157), kWhite);
+  EXPECT_EQ(at(view(), 208, 157), kGrey);
+  EXPECT_EQ(at(view(), 150, 158), kGrey);
+  EXPECT_EQ(at(view(), 150, 57), kGrey);
+}
+
 TEST_F(ViewFrame, DimmingFollowsTheRotation)
 {
   auto spec = viewtest::page(0, 0, 400, 500, 90);
