@@ -468,4 +468,50 @@ TEST_F(GuiViewer, QuitAsksBeforeClosingADocumentWithUnsavedChanges)
     EXPECT_EQ(box, (Box{0, 0, 612, 792}));
 }
 
+TEST_F(GuiViewer, HandToolDragScrollsThePage)
+{
+  std::string pdf = makePdf("letter.pdf", {"--text", "72,720,24,HELL THEFT", "--ellipse", "306,396,150,200",
+                                           "--frame", "100,100,500,300,6"});
+  startFolio(pdf);
+  press("Hand");
+  key("ctrl+equal"); // 125%: the page is taller than the window
+  guitest::Snapshot before = shot();
+  drag({{300, 400}, {300, 420}, {300, 440}});
+  guitest::Snapshot after = shot();
+  // The page moved down by the 40 pixels the pointer moved.
+  int rowsChecked = 0, rowsMoved = 0, rowsChanged = 0;
+  for (int y = 100; y < 700; y += 7) {
+    bool same = true, unchanged = true;
+    for (int x = 0; x < before.width(); x += 3) {
+      same = same && after.at(x, y) == before.at(x, y - 40);
+      unchanged = unchanged && after.at(x, y) == before.at(x, y);
+    }
+    rowsChecked++;
+    rowsMoved += same;
+    rowsChanged += !unchanged;
+  }
+  EXPECT_EQ(rowsMoved, rowsChecked);
+  EXPECT_GT(rowsChanged, 20) << "the view did not scroll at all";
+}
+
+TEST_F(GuiViewer, MouseWheelAtTheEndOfAPageTurnsToTheNext)
+{
+  std::string pdf = makePdf("three.pdf", {"--pages", "3", "--rect", "100,100,300,300"});
+  std::string stats = dir + "/stats.txt";
+  startFolio(pdf, {"FOLIO_REDRAW_STATS=" + stats});
+  std::string w = std::to_string(pageView);
+  // At 100% the page fits the window: each step of the wheel turns a page.
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"mousemove", "--window", w, "300", "300", "click", "5"}), 0);
+  settle();
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"click", "5"}), 0);
+  settle();
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"click", "5"}), 0); // already on the last page
+  settle();
+  key("ctrl+q");
+  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
+  folio = -1;
+  std::string text = readFile(stats);
+  EXPECT_NE(text.find("page change   n=3 "), std::string::npos) << text;
+}
+
 } // namespace
