@@ -59,7 +59,7 @@ struct ViewFixture : ::testing::Test {
   Application app;
   RecordingPorts ports;
   DocWindow *doc = nullptr;
-  void open(const std::vector<folio::pdfgen::PageSpec> &pages)
+  void open(const std::vector<viewtest::Sheet> &pages)
   {
     app.setPorts(ports.ports());
     doc = &app.openDocument(viewtest::makePdf("v.pdf", pages));
@@ -279,9 +279,9 @@ TEST_F(ViewFrame, FixedDeviceSize)
 
 TEST_F(ViewFrame, OutsideTheCropBoxIsDimmed)
 {
-  auto spec = viewtest::page(0, 0, 400, 500);
-  spec.crop = folio::pdfgen::Box{100, 100, 300, 400};
-  open({spec});
+  auto sheet = viewtest::page(0, 0, 400, 500);
+  sheet.crop = folio::pdfgen::Box{100, 100, 300, 400};
+  open({sheet});
   view().drawNow();
   // Crop box in device space: x 108..307, y 108..407 (pixel centres inside).
   EXPECT_EQ(at(view(), 200, 200), kWhite);
@@ -297,9 +297,9 @@ TEST_F(ViewFrame, OutsideTheCropBoxIsDimmed)
 
 TEST_F(ViewFrame, ScrolledAndClippedFrameKeepsTheBoundaries)
 {
-  auto spec = viewtest::page(0, 0, 400, 500);
-  spec.crop = folio::pdfgen::Box{100, 100, 300, 400};
-  open({spec});
+  auto sheet = viewtest::page(0, 0, 400, 500);
+  sheet.crop = folio::pdfgen::Box{100, 100, 300, 400};
+  open({sheet});
   view().setDeviceSize(200, 150);
   view().setScroll(50, 60); // the page starts 42, 52 pixels up-left of the frame
   view().drawNow();
@@ -328,9 +328,9 @@ TEST_F(ViewFrame, ScrolledPastThePageShowsTheBackground)
 
 TEST_F(ViewFrame, DimmingFollowsTheRotation)
 {
-  auto spec = viewtest::page(0, 0, 400, 500, 90);
-  spec.crop = folio::pdfgen::Box{0, 0, 400, 250}; // the lower half of the page
-  open({spec});
+  auto sheet = viewtest::page(0, 0, 400, 500, 90);
+  sheet.crop = folio::pdfgen::Box{0, 0, 400, 250}; // the lower half of the page
+  open({sheet});
   view().drawNow();
   // Turned clockwise, the page's lower half is the left half of the view.
   EXPECT_EQ(at(view(), 100, 100), kWhite);
@@ -339,9 +339,9 @@ TEST_F(ViewFrame, DimmingFollowsTheRotation)
 
 TEST_F(ViewFrame, AllZeroCropBoxShowsTheWholeMediaBox)
 {
-  auto spec = viewtest::page(0, 0, 400, 500);
-  spec.crop = folio::pdfgen::Box{0, 0, 0, 0};
-  open({spec});
+  auto sheet = viewtest::page(0, 0, 400, 500);
+  sheet.crop = folio::pdfgen::Box{0, 0, 0, 0};
+  open({sheet});
   view().drawNow();
   EXPECT_EQ(at(view(), 8, 8), kWhite);
   EXPECT_EQ(at(view(), 200, 200), kWhite);
@@ -350,9 +350,9 @@ TEST_F(ViewFrame, AllZeroCropBoxShowsTheWholeMediaBox)
 
 TEST_F(ViewFrame, PaintedMarksAppearInTheFrame)
 {
-  auto spec = viewtest::page(0, 0, 400, 500);
-  spec.marks.push_back(folio::pdfgen::Mark::fillRect({100, 100, 200, 200}));
-  open({spec});
+  auto sheet = viewtest::page(0, 0, 400, 500);
+  sheet.marks.push_back(folio::pdfgen::Mark::fillRect({100, 100, 200, 200}));
+  open({sheet});
   view().drawNow();
   EXPECT_EQ(at(view(), 158, 358), (Rgb{0, 0, 0}));
   EXPECT_EQ(at(view(), 50, 50), kWhite);

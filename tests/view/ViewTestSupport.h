@@ -15,6 +15,9 @@
 
 namespace viewtest {
 
+// A page of a generated test document.
+using Sheet = decltype(folio::pdfgen::mixedPage(0));
+
 // A folder under the test temp dir, unique to this process and test.
 inline std::string tempPath(const std::string &name)
 {
@@ -27,17 +30,17 @@ inline std::string tempPath(const std::string &name)
   return dir + "/" + name;
 }
 
-inline folio::pdfgen::PageSpec page(double x0, double y0, double x1, double y1, int rotate = 0)
+inline Sheet page(double x0, double y0, double x1, double y1, int rotate = 0)
 {
-  folio::pdfgen::PageSpec spec;
-  spec.media = {x0, y0, x1, y1};
-  spec.rotate = rotate;
-  spec.writeRotate = rotate != 0;
-  return spec;
+  Sheet sheet;
+  sheet.media = {x0, y0, x1, y1};
+  sheet.rotate = rotate;
+  sheet.writeRotate = rotate != 0;
+  return sheet;
 }
 
 // Writes a PDF of `pages` and answers its path.
-inline std::string makePdf(const std::string &name, const std::vector<folio::pdfgen::PageSpec> &pages)
+inline std::string makePdf(const std::string &name, const std::vector<Sheet> &pages)
 {
   std::string path = tempPath(name);
   folio::pdfgen::writeDocument(path, pages);
