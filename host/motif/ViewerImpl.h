@@ -18,6 +18,7 @@
 #include <Xm/Xm.h>
 
 #include <chrono>
+#include <exception>
 #include <map>
 #include <memory>
 #include <string>
@@ -189,6 +190,19 @@ private:
   Viewer::Impl &v_;
   int progressDepth_ = 0;
 };
+
+// Runs a user action from an Xt callback. Nothing may unwind through the
+// toolkit's C frames: an exception is shown to the user as a note instead.
+template <class Fn> void guarded(view::Application &app, Fn &&fn)
+{
+  try {
+    fn();
+  } catch (const std::exception &e) {
+    app.note(e.what());
+  } catch (...) {
+    app.note("An internal error stopped the command.");
+  }
+}
 
 // The modifier word of the view layer from an X key/button state.
 FSInt32 modifierWord(unsigned int state);

@@ -245,10 +245,13 @@ int Viewer::Impl::run(const std::vector<std::string> &files)
     if (!f.empty())
       app.openDocumentReporting(f);
   while (!quitting) {
-    sync();
+    guarded(app, [&] { sync(); });
     XEvent ev;
     XtAppNextEvent(appContext, &ev);
-    if (ev.type == KeyPress && handleKey(ev))
+    bool handled = false;
+    if (ev.type == KeyPress)
+      guarded(app, [&] { handled = handleKey(ev); });
+    if (handled)
       continue;
     // Only the latest pointer position matters for the cursor.
     if (ev.type == MotionNotify)
@@ -708,7 +711,9 @@ bool Viewer::Impl::handleKey(XEvent &ev)
     break;
   }
   if (ev.xkey.window == XtWindow(area))
-    app.toolKeyDown(static_cast<FSUns16>(sym), static_cast<FSInt16>(modifierWord(ev.xkey.state)));
+    guarded(app, [&] {
+      app.toolKeyDown(static_cast<FSUns16>(sym), static_cast<FSInt16>(modifierWord(ev.xkey.state)));
+    });
   return false;
 }
 
@@ -754,9 +759,11 @@ void Viewer::Impl::onInput(Widget, XtPointer client, XEvent *ev, Boolean *)
     self->lastClickTime = ev->xbutton.time;
     self->lastClickX = ev->xbutton.x;
     self->lastClickY = ev->xbutton.y;
-    self->app.toolClick(*v, static_cast<FSInt16>(ev->xbutton.x), static_cast<FSInt16>(ev->xbutton.y),
-                        static_cast<FSInt16>(modifierWord(ev->xbutton.state)),
-                        static_cast<FSInt16>(self->clickCount));
+    guarded(self->app, [&] {
+      self->app.toolClick(*v, static_cast<FSInt16>(ev->xbutton.x), static_cast<FSInt16>(ev->xbutton.y),
+                          static_cast<FSInt16>(modifierWord(ev->xbutton.state)),
+                          static_cast<FSInt16>(self->clickCount));
+    });
     // The tool may have scrolled (the hand tool): keep the scroll in range.
     if (self->shownView() == v)
       self->fitScroll(false);
@@ -765,7 +772,8 @@ void Viewer::Impl::onInput(Widget, XtPointer client, XEvent *ev, Boolean *)
   if (ev->type == MotionNotify || ev->type == EnterNotify) {
     int x = ev->type == MotionNotify ? ev->xmotion.x : ev->xcrossing.x;
     int y = ev->type == MotionNotify ? ev->xmotion.y : ev->xcrossing.y;
-    self->app.toolAdjustCursor(*v, static_cast<FSInt16>(x), static_cast<FSInt16>(y));
+    guarded(self->app,
+            [&] { self->app.toolAdjustCursor(*v, static_cast<FSInt16>(x), static_cast<FSInt16>(y)); });
   }
 }
 

@@ -230,7 +230,7 @@ void Viewer::Impl::onMenuItem(Widget, XtPointer client, XtPointer)
 {
   auto *ref = static_cast<ItemRef *>(client);
   Viewer::Impl *self = ref->viewer;
-  ref->item->runAsUser();
+  guarded(self->app, [&] { ref->item->runAsUser(); });
   self->refreshToolBar();
 }
 
@@ -263,7 +263,7 @@ bool Viewer::Impl::runShortcut(char key, FSInt16 flags)
       break;
   if (!found)
     return false;
-  found->runAsUser();
+  guarded(app, [&] { found->runAsUser(); });
   return true;
 }
 
@@ -343,7 +343,7 @@ void Viewer::Impl::onToolButton(Widget, XtPointer client, XtPointer)
   Viewer::Impl *self = ref->viewer;
   if (ref->index >= self->tools.size())
     return;
-  self->tools[ref->index].button->runAsUser();
+  guarded(self->app, [&] { self->tools[ref->index].button->runAsUser(); });
   // The pressed look follows the button's marked state, not the click.
   self->refreshToolBar();
 }
