@@ -543,6 +543,7 @@ void Viewer::Impl::askGoToPage()
       &state);
   XtManageChild(dialog);
   Widget text = XmSelectionBoxGetChild(dialog, XmDIALOG_TEXT);
+  nameWindow(XtParent(dialog), "Go To Page");
   focusWhenViewable(XtParent(dialog), text);
   while (!state.done)
     XtAppProcessEvent(appContext, XtIMAll);
@@ -601,6 +602,7 @@ std::string Viewer::Impl::askFileName(const std::string &title, bool forSave)
       dialog, XmNcancelCallback, [](Widget, XtPointer c, XtPointer) { static_cast<State *>(c)->done = 2; },
       &state);
   XtManageChild(dialog);
+  nameWindow(XtParent(dialog), title.c_str());
   focusWhenViewable(XtParent(dialog), XmFileSelectionBoxGetChild(dialog, XmDIALOG_TEXT));
   while (!state.done)
     XtAppProcessEvent(appContext, XtIMAll);

@@ -514,4 +514,27 @@ TEST_F(GuiViewer, MouseWheelAtTheEndOfAPageTurnsToTheNext)
   EXPECT_NE(text.find("page change   n=3 "), std::string::npos) << text;
 }
 
+TEST_F(GuiViewer, GoToPageAsksForANumber)
+{
+  std::string pdf = makePdf("five.pdf", {"--pages", "5", "--rect", "100,100,300,300"});
+  std::string stats = dir + "/stats.txt";
+  startFolio(pdf, {"FOLIO_REDRAW_STATS=" + stats});
+  key("ctrl+g");
+  ASSERT_NE(window("Go To Page"), 0u);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", "4"}), 0);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
+  settle();
+  key("ctrl+g");
+  ASSERT_NE(window("Go To Page"), 0u);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", "9"}), 0); // no such page: nothing happens
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
+  settle();
+  key("ctrl+q");
+  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
+  folio = -1;
+  std::string text = readFile(stats);
+  // The first page, then page 4.
+  EXPECT_NE(text.find("page change   n=2 "), std::string::npos) << text;
+}
+
 } // namespace
