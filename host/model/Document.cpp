@@ -87,10 +87,72 @@ fz_rect toRect(const FixedRect &r)
                       static_cast<float>(std::max(l, rt)), static_cast<float>(std::max(b, t)));
 }
 
-pdf_obj *pageObject(DocumentImpl &d, int index, PageImpl *impl)
+void dropPageIndex(DocumentImpl &d)
 {
-  if (impl && impl->page)
-    return impl->page->obj;
+  for (pdf_obj *o : d.pageObjs)
+    pdf_drop_obj(d.ctx, o);
+  d.pageObjs.clear();
+}
+
+void buildPageIndex(DocumentImpl &d)
+{
+  dropPageIndex(d);
+  fz_context *ctx = d.ctx;
+  std::vector<pdf_obj *> leaves;
+  std::vector<int> seen; // object numbers of the nodes met: a tree with a cycle is not indexed
+  bool broken = false;
+  try {
+    engineCall(ctx, ModelErrorKind::Engine, "Cannot read the page tree", [&] {
+      d.indexRepaired = pdf_was_repaired(ctx, d.doc) != 0;
+      pdf_obj *root = pdf_dict_getp(ctx, pdf_trailer(ctx, d.doc), "Root/Pages");
+      // Depth first, kids in order, without recursion.
+      std::vector<std::pair<pdf_obj *, int>> stack;
+      if (pdf_is_dict(ctx, root))
+        stack.emplace_back(root, 0);
+      while (!stack.empty() && !broken) {
+        pdf_obj *node = stack.back().first;
+        int next = stack.back().second;
+        pdf_obj *kids = pdf_dict_get(ctx, node, PDF_NAME(Kids));
+        if (next == 0) {
+          int num = pdf_to_num(ctx, node);
+          if (num && std::find(seen.begin(), seen.end(), num) != seen.end())
+            broken = true;
+          else if (num && pdf_is_array(ctx, kids))
+            seen.push_back(num);
+        }
+        if (!pdf_is_array(ctx, kids)) {
+          leaves.push_back(node);
+          stack.pop_back();
+          continue;
+        }
+        if (next >= pdf_array_len(ctx, kids)) {
+          stack.pop_back();
+          continue;
+        }
+        stack.back().second = next + 1;
+        pdf_obj *kid = pdf_array_get(ctx, kids, next);
+        if (pdf_is_dict(ctx, kid))
+          stack.emplace_back(kid, 0);
+        if (stack.size() > 256)
+          broken = true;
+      }
+    });
+  } catch (const ModelError &) {
+    broken = true;
+  }
+  if (broken || static_cast<int>(leaves.size()) != d.pageCount)
+    return;
+  d.pageObjs.reserve(leaves.size());
+  for (pdf_obj *o : leaves)
+    d.pageObjs.push_back(pdf_keep_obj(ctx, o));
+}
+
+pdf_obj *pageObject(DocumentImpl &d, int index, PageImpl *)
+{
+  if ((pdf_was_repaired(d.ctx, d.doc) != 0) != d.indexRepaired)
+    buildPageIndex(d);
+  if (index >= 0 && static_cast<size_t>(index) < d.pageObjs.size())
+    return d.pageObjs[static_cast<size_t>(index)];
   pdf_obj *obj = nullptr;
   engineCall(d.ctx, ModelErrorKind::Engine, "Cannot find the page",
              [&] { obj = pdf_lookup_page_obj(d.ctx, d.doc, index); });
@@ -122,8 +184,7 @@ Document::~Document()
   }
   if (d.ctx) {
     if (d.doc) {
-      if (d.pageTreeLoaded)
-        pdf_drop_page_tree(d.ctx, d.doc);
+      dropPageIndex(d);
       pdf_drop_document(d.ctx, d.doc);
     }
     fz_drop_context(d.ctx);
@@ -208,11 +269,8 @@ std::unique_ptr<Document> Document::open(const std::string &path, PasswordPort *
   }
 
   try {
-    engineCall(d.ctx, ModelErrorKind::Damaged, "", [&] {
-      d.pageCount = pdf_count_pages(d.ctx, d.doc);
-      pdf_load_page_tree(d.ctx, d.doc);
-      d.pageTreeLoaded = true;
-    });
+    engineCall(d.ctx, ModelErrorKind::Damaged, "", [&] { d.pageCount = pdf_count_pages(d.ctx, d.doc); });
+    buildPageIndex(d);
   } catch (const ModelError &) {
     throw ModelError(ModelErrorKind::Damaged,
                      "The file \"" + name + "\" is damaged and could not be repaired.");

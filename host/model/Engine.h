@@ -8,6 +8,7 @@
 
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 extern "C" {
 #include <mupdf/fitz.h>
@@ -27,7 +28,13 @@ struct DocumentImpl {
   bool encrypted = false;
   bool owner = false; // opened with the owner password
   int pageCount = 0;
-  bool pageTreeLoaded = false;
+  // Page objects by index, kept (the engine's own page map keeps references
+  // it never gives back). Built at open; built again when the engine has
+  // repaired the file since, as a repair reads every object anew. Empty for
+  // a page tree whose counts disagree with its leaves: pages are then looked
+  // up in the tree one by one.
+  std::vector<pdf_obj *> pageObjs;
+  bool indexRepaired = false;
   // Crop boxes exactly as the host set them this session: the engine keeps
   // reals as single floats, which cannot hold every 16.16 value.
   std::unordered_map<int, FixedRect> cropSet;
@@ -64,7 +71,11 @@ Fixed toFixed(double v);
 FixedRect toFixedRect(const fz_rect &r);
 fz_rect toRect(const FixedRect &r); // normalised
 
-// The page's dictionary (loaded page or page-tree lookup).
+// Builds (again) the index of page objects; engine errors propagate.
+void buildPageIndex(DocumentImpl &d);
+// Drops the index and its references.
+void dropPageIndex(DocumentImpl &d);
+// The page's dictionary, current even after a repair by the engine.
 pdf_obj *pageObject(DocumentImpl &d, int index, PageImpl *impl);
 // Media box, normalised; US Letter when missing or empty.
 fz_rect pageMediaBox(DocumentImpl &d, pdf_obj *pageObj);

@@ -96,7 +96,6 @@ pdf_document *reopen(fz_context *ctx, const char *path, const char *password)
       fresh = pdf_open_document(ctx, path);
       if (pdf_needs_password(ctx, fresh))
         pdf_authenticate_password(ctx, fresh, password);
-      pdf_load_page_tree(ctx, fresh);
     });
   } catch (const ModelError &) {
     pdf_drop_document(ctx, fresh);
@@ -116,6 +115,34 @@ bool Document::saveAs(const std::string &target, bool forceFull)
 {
   DocumentImpl &d = *impl_;
   fz_context *ctx = d.ctx;
+
+  // The engine repairs a damaged file lazily, when it first meets a broken
+  // object (a page's contents, say), and then reads every object again from
+  // the file: crop boxes written before are gone, and those written after
+  // went to page objects it no longer uses. Put each crop box set this
+  // session on the page object the engine has now, where it is not there.
+  for (const auto &entry : d.cropSet) {
+    int index = entry.first;
+    const FixedRect &r = entry.second;
+    try {
+      engineCall(ctx, ModelErrorKind::Engine, "", [&] {
+        pdf_obj *obj = pdf_lookup_page_obj(ctx, d.doc, index);
+        pdf_obj *have = pdf_dict_get(ctx, obj, PDF_NAME(CropBox));
+        const double want[4] = {r.left / 65536.0, r.bottom / 65536.0, r.right / 65536.0, r.top / 65536.0};
+        bool same = pdf_array_len(ctx, have) == 4;
+        for (int k = 0; same && k < 4; ++k)
+          same = pdf_to_real(ctx, pdf_array_get(ctx, have, k)) == static_cast<float>(want[k]);
+        if (!same) {
+          pdf_obj *box = pdf_dict_put_array(ctx, obj, PDF_NAME(CropBox), 4);
+          for (int k = 0; k < 4; ++k)
+            pdf_array_push_real(ctx, box, want[k]);
+        }
+      });
+    } catch (const ModelError &) {
+      // A page the engine cannot find any more is left as it is; the
+      // read-back below refuses a file that lost pages.
+    }
+  }
 
   bool incremental = !forceFull && !(flags_ & PDDocRequiresFullSave);
   if (incremental) {
@@ -196,10 +223,8 @@ bool Document::saveAs(const std::string &target, bool forceFull)
   } catch (const ModelError &e) {
     if (fd >= 0)
       ::close(fd);
-    if (fresh) {
-      pdf_drop_page_tree(ctx, fresh);
+    if (fresh)
       pdf_drop_document(ctx, fresh);
-    }
     ::unlink(temp.c_str());
     saveFailed(target, e.what());
   }
@@ -218,12 +243,11 @@ bool Document::saveAs(const std::string &target, bool forceFull)
   // The document read back above reads the renamed file (it holds it open).
   bool reopened = fresh != nullptr;
   if (reopened) {
-    if (d.pageTreeLoaded)
-      pdf_drop_page_tree(ctx, d.doc);
+    dropPageIndex(d);
     pdf_drop_document(ctx, d.doc);
     d.doc = fresh;
-    d.pageTreeLoaded = true;
     d.path = target;
+    buildPageIndex(d);
   }
   // Pages whose engine data was dropped while acquired get it back now.
   for (auto &p : pages_) {
