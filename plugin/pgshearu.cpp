@@ -5,11 +5,16 @@
  * The crop tool asks for a cursor on every pointer motion, so the pixmaps and
  * cursors are made once per display and handed out again afterwards: making
  * new ones on every update would grow the X server's memory with every
- * motion. The plug-in keeps them for its whole life; the host must not free
- * an icon or cursor it was given.
+ * motion. The plug-in keeps them while the display is open; the host must
+ * not free an icon or cursor it was given. When the display is closed, its
+ * entry is forgotten (the server frees the resources with the connection), so
+ * a display opened later at the same address gets resources of its own.
  */
 #include <X11/Intrinsic.h>
 #include <X11/Xlib.h>
+#include <X11/Xlibint.h>
+
+#include <string.h>
 
 #include "pgshearu.h"
 
@@ -59,6 +64,17 @@ static Widget ShellWidget(Display **display, Window *drawable)
   return w;
 }
 
+/* Called by Xlib while the display is being closed: its handles die with
+ * the connection, so the entry is cleared. */
+static int ForgetDisplay(Display *display, XExtCodes *codes)
+{
+  (void)codes;
+  for (int i = 0; i < kMaxDisplays; i++)
+    if (gDisplayResources[i].display == display)
+      memset(&gDisplayResources[i], 0, sizeof gDisplayResources[i]);
+  return 0;
+}
+
 /* The cache entry of the display; a new one when there is room, null when
  * the table is full (the caller then makes uncached resources). */
 static DisplayResources *ResourcesFor(Display *display)
@@ -68,6 +84,12 @@ static DisplayResources *ResourcesFor(Display *display)
       return &gDisplayResources[i];
   for (int i = 0; i < kMaxDisplays; i++)
     if (gDisplayResources[i].display == NULL) {
+      /* A private extension record only to be told when the display closes
+       * (local to Xlib: no request goes to the server). */
+      XExtCodes *codes = XAddExtension(display);
+      if (codes == NULL)
+        return NULL;
+      XESetCloseDisplay(display, codes->extension, ForgetDisplay);
       gDisplayResources[i].display = display;
       return &gDisplayResources[i];
     }

@@ -3,6 +3,8 @@
 // not make new server resources.
 #include "XToolTest.h"
 
+#include <X11/Shell.h>
+#include <X11/StringDefs.h>
 #include <X11/extensions/XRes.h>
 #include <X11/extensions/Xfixes.h>
 
@@ -283,6 +285,65 @@ TEST_F(ToolXCursor, FirstUpdatesMakeTwoPixmapsAndTwoCursorsOnce)
   restBefore.erase("PIXMAP");
   restBefore.erase("CURSOR");
   EXPECT_EQ(rest, restBefore);
+}
+
+// A second connection to the same server with a realised shell of its own.
+struct ExtraDisplay {
+  XtAppContext app = nullptr;
+  Display *display = nullptr;
+  Widget shell = nullptr;
+  explicit ExtraDisplay(const std::string &name)
+  {
+    app = XtCreateApplicationContext();
+    int argc = 0;
+    display = XtOpenDisplay(app, name.c_str(), "pgsheartest2", "PgShearTest2", nullptr, 0, &argc, nullptr);
+    if (!display)
+      return;
+    shell = XtVaAppCreateShell("pgsheartest2", "PgShearTest2", applicationShellWidgetClass, display, XtNwidth,
+                               8, XtNheight, 8, XtNmappedWhenManaged, False, static_cast<void *>(nullptr));
+    XtRealizeWidget(shell);
+  }
+  void close()
+  {
+    if (shell)
+      XtDestroyWidget(shell);
+    if (display)
+      XtCloseDisplay(display);
+    if (app)
+      XtDestroyApplicationContext(app);
+    shell = nullptr;
+    display = nullptr;
+    app = nullptr;
+  }
+  ~ExtraDisplay() { close(); }
+};
+
+// Cursors are made once per display; a display that is closed is forgotten,
+// so the next display (often at the very same address) gets its own.
+TEST_F(ToolXCursor, ClosedDisplayIsForgottenAndNextDisplayGetsOwnCursor)
+{
+  const std::string name = testhost::testXDisplay().name;
+  {
+    ExtraDisplay first(name);
+    ASSERT_NE(first.display, nullptr);
+    h.setShellWidget(first.shell);
+    h.toolAdjustCursor(tool(), view, 10, 10);
+    h.toolAdjustCursor(tool(), view, 10, 10);
+    ASSERT_EQ(pixmapCursorCalls().size(), 1u);
+    EXPECT_EQ(pixmapCursorCalls()[0].display, first.display);
+    first.close();
+  }
+  ExtraDisplay second(name);
+  ASSERT_NE(second.display, nullptr);
+  h.setShellWidget(second.shell);
+  h.toolAdjustCursor(tool(), view, 10, 10);
+  ASSERT_EQ(pixmapCursorCalls().size(), 2u);
+  EXPECT_EQ(pixmapCursorCalls()[1].display, second.display);
+  EXPECT_EQ(currentCursor(), pixmapCursorCalls()[1].result);
+  // The new cursor is a live resource of the new connection.
+  XSync(second.display, False);
+  h.toolAdjustCursor(tool(), view, 10, 10);
+  EXPECT_EQ(pixmapCursorCalls().size(), 2u);
 }
 
 TEST_F(ToolXCursor, SameCursorHandedOutOnEveryUpdate)
