@@ -98,6 +98,7 @@ struct Viewer::Impl : view::ApplicationListener {
 
   // ---- ViewerMenus.cpp -----------------------------------------------------
   void addViewMenu();
+  void addWindowMenu();
   void rebuildMenus();
   void buildPulldown(MenuWidgets &mw, view::Menu *menu, Widget parent);
   void refreshMenu(Widget pulldown);
@@ -142,6 +143,9 @@ struct Viewer::Impl : view::ApplicationListener {
   bool menusDirty = true;
   bool toolBarDirty = true;
   view::Menu *viewMenu = nullptr;
+  view::Menu *windowMenu = nullptr;
+  std::map<view::DocWindow *, view::MenuItem *> windowItems; // one per open document
+  int windowSerial = 0;
 
   view::DocWindow *shown = nullptr;
   int areaWidth = 0;

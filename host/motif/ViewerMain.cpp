@@ -152,6 +152,7 @@ Viewer::Impl::Impl(view::Application &a, platform::XSession &s, const ViewerOpti
   app.setPorts(ports->ports());
   app.addListener(this);
   addViewMenu();
+  addWindowMenu();
   buildWindow();
   menuListener = app.menuBar().addListener([this] { menusDirty = true; });
   toolListener = app.toolBar().addListener([this] { toolBarDirty = true; });
@@ -318,14 +319,6 @@ void Viewer::Impl::redrawPending()
 }
 
 // ---- documents ----------------------------------------------------------------------------
-
-void Viewer::Impl::documentOpened(view::DocWindow &) {}
-
-void Viewer::Impl::documentClosing(view::DocWindow &doc)
-{
-  if (&doc == shown)
-    shown = nullptr;
-}
 
 void Viewer::Impl::activeDocumentChanged(view::DocWindow *) {}
 
@@ -569,7 +562,7 @@ std::string Viewer::Impl::askFileName(const std::string &title, bool forSave)
   XmString t = XmStringCreateLocalized(const_cast<char *>(title.c_str()));
   XmString pattern = XmStringCreateLocalized(const_cast<char *>("*.pdf"));
   XtVaSetValues(dialog, XmNdialogTitle, t, XmNpattern, pattern, XmNdialogStyle,
-                XmDIALOG_FULL_APPLICATION_MODAL, XmNpathMode, XmPATH_MODE_RELATIVE, NULL);
+                XmDIALOG_FULL_APPLICATION_MODAL, NULL);
   XmStringFree(t);
   XmStringFree(pattern);
   XtUnmanageChild(XmFileSelectionBoxGetChild(dialog, XmDIALOG_HELP_BUTTON));

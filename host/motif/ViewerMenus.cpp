@@ -106,6 +106,51 @@ void Viewer::Impl::addViewMenu()
   viewMenu->release();                // the bar holds it
 }
 
+// The Window menu: one item per open document, the active one marked;
+// choosing one shows that document.
+void Viewer::Impl::addWindowMenu()
+{
+  windowMenu = view::Menu::create("&Window", "Window");
+  const auto &bar = app.menuBar().menus();
+  FSInt32 index = view::kAppendIndex;
+  for (size_t i = 0; i < bar.size(); i++)
+    if (bar[i]->name() == "Help")
+      index = static_cast<FSInt32>(i);
+  app.menuBar().addMenu(windowMenu, index);
+  windowMenu->release(); // the bar holds it
+}
+
+void Viewer::Impl::documentOpened(view::DocWindow &doc)
+{
+  if (!windowMenu)
+    return;
+  std::string title;
+  for (char ch : doc.title()) {
+    if (ch == '&')
+      title += '&'; // a literal '&', not a mnemonic
+    title += ch;
+  }
+  view::DocWindow *d = &doc;
+  view::MenuItem *item =
+      view::MenuItem::create(title, "Window:" + std::to_string(++windowSerial), nullptr, false, 0, 0);
+  item->setHostExecute([this, d] { app.setActiveDocument(d); });
+  item->setHostMarked([this, d] { return app.activeDocument() == d; });
+  windowMenu->insert(item, view::kAppendIndex);
+  item->release(); // the menu holds it
+  windowItems[d] = item;
+}
+
+void Viewer::Impl::documentClosing(view::DocWindow &doc)
+{
+  if (&doc == shown)
+    shown = nullptr;
+  auto it = windowItems.find(&doc);
+  if (it != windowItems.end()) {
+    it->second->removeFromMenu(); // frees it: nobody else holds it
+    windowItems.erase(it);
+  }
+}
+
 // ---- menus -----------------------------------------------------------------------------
 
 void Viewer::Impl::buildPulldown(MenuWidgets &mw, view::Menu *menu, Widget parent)

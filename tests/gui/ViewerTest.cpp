@@ -8,6 +8,7 @@
 
 #include <X11/Xlib.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <array>
 #include <chrono>
@@ -535,6 +536,59 @@ TEST_F(GuiViewer, GoToPageAsksForANumber)
   std::string text = readFile(stats);
   // The first page, then page 4.
   EXPECT_NE(text.find("page change   n=2 "), std::string::npos) << text;
+}
+
+TEST_F(GuiViewer, OpenASecondDocumentAndSwitchBackFromTheWindowMenu)
+{
+  std::string letter = makePdf("letter.pdf", {"--rect", "100,100,300,300"});
+  makePdf("a5.pdf", {"--media", "0,0,420,595", "--rect", "50,50,200,200"});
+  startFolio(letter);
+  selectCropToolAndMeasure();
+  key("ctrl+o");
+  ASSERT_NE(window("Open"), 0u);
+  // The file name field starts with the current folder: add the rest.
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", dir + "/a5.pdf"}), 0);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
+  settle(500);
+  int l, t, r, b;
+  ASSERT_TRUE(redOutline(shot(), l, t, r, b)) << "the outline is global: the new document has it too";
+  EXPECT_EQ(r - l, 420);
+  EXPECT_EQ(b - t, 595);
+  chooseMenu({"Window", "Window:1"});
+  ASSERT_TRUE(redOutline(shot(), l, t, r, b));
+  EXPECT_EQ(r - l, 612);
+  EXPECT_EQ(b - t, 792);
+}
+
+TEST_F(GuiViewer, SaveAsWritesTheCropToANewFile)
+{
+  std::string pdf = makePdf("two.pdf", {"--pages", "2", "--rect", "150,150,450,650"});
+  startFolio(pdf);
+  selectCropToolAndMeasure();
+  drag({device(100, 700), device(400, 300)});
+  auto inside = device(250, 500);
+  clickAt(inside.first, inside.second);
+  press("All");
+  key("ctrl+shift+s");
+  ASSERT_NE(window("Save As"), 0u);
+  // The field holds the document's own path: select it all and type over it.
+  char cwd[4096];
+  ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
+  std::string out = std::string(cwd) + "/" + dir + "/saved-as.pdf";
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "ctrl+slash"}), 0);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", out}), 0);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
+  settle(500);
+  std::vector<Box> saved = cropBoxes(out);
+  ASSERT_EQ(saved.size(), 2u);
+  for (const Box &box : saved) {
+    EXPECT_NEAR(box[0], 100, 1.0);
+    EXPECT_NEAR(box[1], 300, 1.0);
+    EXPECT_NEAR(box[2], 400, 1.0);
+    EXPECT_NEAR(box[3], 700, 1.0);
+  }
+  for (const Box &box : cropBoxes(pdf))
+    EXPECT_EQ(box, (Box{0, 0, 612, 792})) << "the original was changed";
 }
 
 } // namespace
