@@ -172,6 +172,20 @@ Viewer::Impl::~Impl()
   app.toolBar().removeListener(toolListener);
   app.removeListener(this);
   app.setPorts({});
+  // The application outlives the viewer: none of its items may call back
+  // into it any more.
+  for (view::Menu *m : {viewMenu, windowMenu})
+    for (view::MenuItem *item : m ? m->items() : std::vector<view::MenuItem *>{}) {
+      item->setHostExecute([] {});
+      item->setHostEnabled([] { return false; });
+      item->setHostMarked([] { return false; });
+    }
+  if (view::MenuItem *open = app.menuBar().findItem("Open"))
+    open->setHostExecute([] {});
+  if (view::MenuItem *saveAsItem = app.menuBar().findItem("SaveAs"))
+    saveAsItem->setHostExecute([] {});
+  if (view::MenuItem *quitItem = app.menuBar().findItem("Quit"))
+    quitItem->setHostExecute([a = &app] { a->requestQuit(); });
   if (options.redrawStats) {
     std::string text = stats.report(presenter && presenter->usesSharedMemory());
     if (options.statsPath.empty()) {
