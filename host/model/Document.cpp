@@ -348,7 +348,12 @@ void Document::releasePage(Page *page)
 
 FSInt32 Document::flags() const
 {
-  return flags_;
+  // The engine may repair a damaged file late, when it first reads a broken
+  // object; the flags say so from then on.
+  FSInt32 f = flags_;
+  if (impl_->doc && pdf_was_repaired(impl_->ctx, impl_->doc))
+    f |= PDDocWasRepaired | PDDocRequiresFullSave;
+  return f;
 }
 void Document::setFlags(FSInt32 bits)
 {

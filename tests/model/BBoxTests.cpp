@@ -156,6 +156,20 @@ TEST_F(ModelBBox, WhitePaintOverInkHidesIt)
   EXPECT_RECT_NEAR(r, 200, 100, 300, 200, kTol);
 }
 
+TEST_F(ModelBBox, ClipPathLimitsTheInk)
+{
+  // The clip's edges are off the pixel grid, so anti-aliasing of the clip
+  // leaves partly covered pixels at the edges of the ink.
+  expectInk(page({Mark::clippedRect({100, 100, 400, 400}, {150.3, 120.7, 330.45, 380.15})}));
+}
+
+TEST_F(ModelBBox, InkWhollyClippedAwayDoesNotCount)
+{
+  FixedRect r = bboxOf(page(
+      {Mark::clippedRect({100, 100, 200, 200}, {300, 300, 400, 400}), Mark::fillRect({250, 260, 270, 280})}));
+  EXPECT_RECT_NEAR(r, 250, 260, 270, 280, kTol);
+}
+
 TEST_F(ModelBBox, BlankPageAnswersItsCropBox)
 {
   PageSpec s = page({});

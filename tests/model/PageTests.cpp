@@ -135,6 +135,50 @@ TEST_F(ModelPages, FlagsCanBeSetAndCleared)
   EXPECT_EQ(doc->flags(), PDDocSuppressErrors);
 }
 
+TEST_F(ModelPages, RepairWhileReadingAPageShowsInTheFlags)
+{
+  // The xref is sound but the second page's contents object is not where
+  // it says: the engine finds out, and repairs, only when it reads them.
+  std::string p = write("late.pdf", {rectPage(), rectPage()});
+  std::string bytes = readFile(p);
+  size_t at = bytes.find("\n7 0 obj");
+  ASSERT_NE(at, std::string::npos);
+  bytes.replace(at, 8, "\n7 0 jbo");
+  writeFile(p, bytes);
+  auto doc = Document::open(p);
+  EXPECT_EQ(doc->flags(), 0);
+  Page *page = doc->acquirePage(1);
+  page->bbox();
+  doc->releasePage(page);
+  EXPECT_EQ(doc->flags(), PDDocWasRepaired | PDDocRequiresFullSave);
+}
+
+TEST_F(ModelPages, CropBoxSetBeforeALateRepairIsSaved)
+{
+  std::string p = write("late.pdf", {rectPage(), rectPage()});
+  std::string bytes = readFile(p);
+  size_t at = bytes.find("\n7 0 obj");
+  ASSERT_NE(at, std::string::npos);
+  bytes.replace(at, 8, "\n7 0 jbo");
+  writeFile(p, bytes);
+  {
+    auto doc = Document::open(p);
+    Page *first = doc->acquirePage(0);
+    first->setCropBox(fixedRect(50, 60, 300, 400));
+    first->notifyContentsDidChange();
+    doc->releasePage(first);
+    Page *second = doc->acquirePage(1);
+    second->bbox(); // the repair happens here
+    doc->releasePage(second);
+    EXPECT_FALSE(doc->save()); // in full: the file was repaired
+  }
+  auto q = qpdfPages(p);
+  ASSERT_EQ(q.size(), 2u);
+  ASSERT_TRUE(q[0].crop.has_value());
+  EXPECT_DOUBLE_EQ(q[0].crop->x0, 50);
+  EXPECT_DOUBLE_EQ(q[0].crop->y1, 400);
+}
+
 TEST_F(ModelPages, SaveClearsTheChangeFlagsAndTellsObservers)
 {
   std::string p = write("one.pdf", {rectPage()});

@@ -105,6 +105,11 @@ std::string contentOf(const Mark &m)
       << pt(cx + rx, cy - k * ry) << pt(cx + rx, cy) << "c h f Q\n";
     break;
   }
+  case Mark::ClippedRect:
+    s << "q " << num(m.clip.x0) << " " << num(m.clip.y0) << " " << num(m.clip.x1 - m.clip.x0) << " "
+      << num(m.clip.y1 - m.clip.y0) << " re W n " << num(m.grey) << " g " << num(m.box.x0) << " "
+      << num(m.box.y0) << " " << num(m.box.x1 - m.box.x0) << " " << num(m.box.y1 - m.box.y0) << " re f Q\n";
+    break;
   case Mark::Text:
     s << "q " << num(m.grey) << " g BT /F1 " << num(m.size) << " Tf " << num(m.x0) << " " << num(m.y0)
       << " Td (" << m.text << ") Tj ET Q\n";
@@ -224,6 +229,15 @@ Mark Mark::textAt(double x, double y, double size, const std::string &text)
   return m;
 }
 
+Mark Mark::clippedRect(Box b, Box clip)
+{
+  Mark m;
+  m.kind = ClippedRect;
+  m.box = b;
+  m.clip = clip;
+  return m;
+}
+
 const GlyphMetrics *helveticaGlyph(char c)
 {
   switch (c) {
@@ -285,6 +299,8 @@ Box markExtent(const Mark &m)
   }
   case Mark::Ellipse:
     return {m.x0 - m.x1, m.y0 - m.y1, m.x0 + m.x1, m.y0 + m.y1};
+  case Mark::ClippedRect:
+    return intersect(m.box, m.clip);
   case Mark::Text: {
     Box b;
     bool any = false;

@@ -41,9 +41,11 @@ struct Mark {
     Line,       // segment (x0,y0)-(x1,y1) stroked with `width` and `cap`
     Curve,      // cubic Bezier p0 p1 p2 p3 stroked with `width`, round caps
     Ellipse,    // filled ellipse of centre (x0, y0) and radii (x1, y1), four Bezier arcs
-    Text        // `text` in Helvetica at `size` points, baseline origin (x0, y0)
+    Text,       // `text` in Helvetica at `size` points, baseline origin (x0, y0)
+    ClippedRect // filled rectangle `box` seen through the clip rectangle `clip`
   } kind = FillRect;
-  Box box;                               // FillRect, StrokeRect
+  Box box;                               // FillRect, StrokeRect, ClippedRect
+  Box clip;                              // ClippedRect
   double x0 = 0, y0 = 0, x1 = 0, y1 = 0; // Line; Text origin in x0, y0
   double p[8] = {0};                     // Curve: x0 y0 x1 y1 x2 y2 x3 y3
   double width = 1;                      // stroke width
@@ -58,6 +60,7 @@ struct Mark {
   static Mark curve(const double p[8], double width);
   static Mark ellipse(double cx, double cy, double rx, double ry);
   static Mark textAt(double x, double y, double size, const std::string &text);
+  static Mark clippedRect(Box b, Box clip);
 };
 
 // Exact extents of what a mark paints (white marks included; see isInk).
