@@ -1,6 +1,10 @@
 /*
  * pgshearu.h: the X icon and cursors of the crop tool, built from 16 x 16
  * bitmaps on the display of the host's shell widget ("Unix" table).
+ *
+ * Each is made once per display and handed out again on later calls; the
+ * plug-in owns them (the host must not free them). Without a shell widget
+ * the answer is the null handle.
  */
 #ifndef PGSHEARU_H
 #define PGSHEARU_H
