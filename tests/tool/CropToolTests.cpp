@@ -512,3 +512,46 @@ TEST_F(ToolClick, RegionSurvivesSwitchToAnotherToolAndBack)
 
 } // namespace
 } // namespace tooltest
+
+namespace tooltest {
+namespace {
+
+// A host without an "Extensions" menu: the menus, the Show item and the two
+// drawing callbacks are never made, so the tool passes null handles on.
+class ToolWithoutMenus : public ToolTest {
+protected:
+  void SetUp() override
+  {
+    h.removeMenu("Extensions");
+    prepare();
+    ASSERT_EQ(init(), 1);
+    h.addDocument(1);
+    h.setActiveDocument(0);
+    clearLog();
+  }
+};
+
+TEST_F(ToolWithoutMenus, ActivationExecutesTheNullShowItem)
+{
+  h.setActiveTool(tool(), 1);
+  EXPECT_EQ(h.log.texts(),
+            (std::vector<std::string>{"host.setActiveTool(tool0, 1)", "FVMenuItemExecute(null)"}))
+      << dump();
+  EXPECT_EQ(gShowMediaBoxOn(), 0);
+}
+
+TEST_F(ToolWithoutMenus, DragOutRegistersTheNullCallback)
+{
+  h.dragOutResults.push_back(dev(100, 100, 300, 200));
+  EXPECT_EQ(h.toolDoClick(tool(), h.pageView(0), 100, 100), 1);
+  EXPECT_EQ(h.log.textsOf("FVAppRegisterForPageViewDrawing"),
+            (std::vector<std::string>{"FVAppRegisterForPageViewDrawing(null, null)"}));
+  EXPECT_EQ(gCropRegion(), 1);
+  // A redraw calls nothing of the plug-in's.
+  clearLog();
+  h.redraw(h.pageView(0));
+  EXPECT_EQ(h.log.texts(), (std::vector<std::string>{"host.redraw(view0)"}));
+}
+
+} // namespace
+} // namespace tooltest
