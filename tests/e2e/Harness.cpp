@@ -36,6 +36,16 @@ RunResult runProgram(const std::string &program, const std::vector<std::string> 
     env.push_back(kv);
   }
   env.push_back("XDG_CONFIG_HOME=" + configHome);
+#ifdef E2E_LSAN_SUPPRESSIONS
+  // Under the sanitizer build: leaks the tests do not own are listed there.
+  if (!std::getenv("LSAN_OPTIONS"))
+    env.push_back(std::string("LSAN_OPTIONS=suppressions=") + E2E_LSAN_SUPPRESSIONS +
+                  ":print_suppressions=0");
+  // The engine is built without frame pointers: the slow unwinder gives the
+  // whole allocation stack, which the suppressions match on.
+  if (!std::getenv("ASAN_OPTIONS"))
+    env.push_back("ASAN_OPTIONS=fast_unwind_on_malloc=0");
+#endif
 
   std::vector<char *> argv, envp;
   argv.push_back(const_cast<char *>(program.c_str()));
