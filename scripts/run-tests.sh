@@ -1,13 +1,22 @@
 #!/usr/bin/env bash
 # The whole test suite from a fresh machine: installs what is needed, builds,
-# and runs every test through CTest. Also builds and runs the sanitizer suite
-# when FOLIO_SANITIZER_SUITE=1 (CI sets it).
+# and runs every test through CTest; then builds and runs the sanitizer suite
+# (AddressSanitizer + UndefinedBehaviorSanitizer, preset "asan": every test but
+# those labelled no-asan). FOLIO_SANITIZER_SUITE=0 skips the sanitizer suite.
+# Both suites run even when the first one fails; the exit code is non-zero
+# when either failed.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup-deps.sh
 bash scripts/build.sh default
-ctest --preset default
-if [ "${FOLIO_SANITIZER_SUITE:-0}" = 1 ]; then
+status=0
+ctest --preset default || status=1
+if [ "${FOLIO_SANITIZER_SUITE:-1}" = 1 ]; then
+  start=$(date +%s)
   bash scripts/build.sh asan
-  ctest --preset asan
+  echo "run-tests: sanitizer build took $(($(date +%s) - start)) s"
+  start=$(date +%s)
+  ctest --preset asan || status=1
+  echo "run-tests: sanitizer suite took $(($(date +%s) - start)) s"
 fi
+exit $status

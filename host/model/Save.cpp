@@ -231,7 +231,7 @@ bool Document::saveAs(const std::string &target, bool forceFull)
   syncPath(dir, true);
 
   // Read the document again from what is now on disk. Pages keep their
-  // objects and acquire counts; their engine data is reloaded on demand.
+  // objects and acquire counts; their engine data is loaded again on demand.
   for (auto &p : pages_) {
     if (p && p->impl_) {
       fz_drop_display_list(ctx, p->impl_->list);
@@ -248,19 +248,6 @@ bool Document::saveAs(const std::string &target, bool forceFull)
     d.doc = fresh;
     d.path = target;
     buildPageIndex(d);
-  }
-  // Pages whose engine data was dropped while acquired get it back now.
-  for (auto &p : pages_) {
-    if (p && p->acquires_ > 0 && !p->impl_) {
-      auto *pi = new PageImpl();
-      int index = p->index_;
-      try {
-        engineCall(ctx, ModelErrorKind::Engine, "", [&] { pi->page = pdf_load_page(ctx, d.doc, index); });
-        p->impl_ = pi;
-      } catch (const ModelError &) {
-        delete pi;
-      }
-    }
   }
   file_->setPath(target);
   flags_ &= ~(PDDocNeedsSave | PDDocIsModified);
