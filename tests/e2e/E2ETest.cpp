@@ -782,3 +782,35 @@ TEST_F(E2E, AboutNote)
              "Marlow.\n"))
       << lastRun;
 }
+
+TEST_F(E2E, RevertStepThrowsAwayUnsavedChanges)
+{
+  writeFiveCropped("doc.pdf");
+  RunResult r = script("open " + path("doc.pdf") +
+                       "\npage 4\nanswer All\nmenu QUIL:PageShearMediaBox\nrevert\nshow-boxes\n");
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  EXPECT_TRUE(contains(r.out, "reverted: " + path("doc.pdf") + "\n")) << lastRun;
+  EXPECT_TRUE(contains(r.out, "page 1: media 0 0 612 792 crop 10 10 602 782 rotate 0\n")) << lastRun;
+  EXPECT_TRUE(contains(r.out, "page 5: media 0 0 612 792 crop 10 10 602 782 rotate 0\n")) << lastRun;
+}
+
+TEST_F(E2E, BatchScriptFromFile)
+{
+  write("in.pdf", {page(), page()});
+  e2e::writeFile(path("crop.txt"), "# reset page 2\nopen " + path("in.pdf") +
+                                       "\npage 2\nanswer Current\nmenu QUIL:PageShearMediaBox\nsave " +
+                                       path("out.pdf") + "\n");
+  RunResult r = folio({"--batch", path("crop.txt")});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  auto b = boxes(path("out.pdf"), 2);
+  EXPECT_FALSE(b[0].hasCropBox);
+  EXPECT_TRUE(b[1].hasCropBox);
+  EXPECT_BOX(b[1].crop, 0, 0, 612, 792);
+}
+
+TEST_F(E2E, MissingScriptFile)
+{
+  RunResult r = folio({"--batch", path("none.txt")});
+  EXPECT_EQ(r.exitCode, 1);
+  EXPECT_TRUE(contains(r.err, "folio: cannot read the script " + path("none.txt"))) << lastRun;
+}
