@@ -156,6 +156,10 @@ struct Viewer::Impl : view::ApplicationListener {
   std::string lastTitle;
   Time lastClickTime = 0;
   int lastClickX = -100, lastClickY = -100, clickCount = 0;
+  // The key state of the press being handled: what the tool asks for is the
+  // modifiers held at the click, not whatever is held when it gets to ask.
+  bool inClick = false;
+  unsigned int clickState = 0;
   RedrawStats stats;
   double presentTotalMs = 0; // sum of presentMs, to split a redraw's time
   bool pageChangePending = false;

@@ -768,11 +768,14 @@ void Viewer::Impl::onInput(Widget, XtPointer client, XEvent *ev, Boolean *)
     self->lastClickTime = ev->xbutton.time;
     self->lastClickX = ev->xbutton.x;
     self->lastClickY = ev->xbutton.y;
+    self->inClick = true;
+    self->clickState = ev->xbutton.state;
     guarded(self->app, [&] {
       self->app.toolClick(*v, static_cast<FSInt16>(ev->xbutton.x), static_cast<FSInt16>(ev->xbutton.y),
                           static_cast<FSInt16>(modifierWord(ev->xbutton.state)),
                           static_cast<FSInt16>(self->clickCount));
     });
+    self->inClick = false;
     // The tool may have scrolled (the hand tool): keep the scroll in range.
     if (self->shownView() == v)
       self->fitScroll(false);

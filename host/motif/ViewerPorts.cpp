@@ -168,6 +168,8 @@ FVRect ViewerPorts::dragRect(view::PageView &view, FSInt16 x, FSInt16 y, const F
 
 FSInt32 ViewerPorts::modifiers()
 {
+  if (v_.inClick)
+    return modifierWord(v_.clickState);
   Window root, child;
   int rx, ry, wx, wy;
   unsigned int mask = 0;
