@@ -33,14 +33,16 @@ RunResult runProgram(const std::string &program, const std::vector<std::string> 
     std::string kv = *e;
     if (kv.rfind("DISPLAY=", 0) == 0 || kv.rfind("FOLIO_", 0) == 0 || kv.rfind("XDG_CONFIG_HOME=", 0) == 0)
       continue;
+#ifdef E2E_LSAN_SUPPRESSIONS
+    if (kv.rfind("LSAN_OPTIONS=", 0) == 0) // replaced by this suite's own, below
+      continue;
+#endif
     env.push_back(kv);
   }
   env.push_back("XDG_CONFIG_HOME=" + configHome);
 #ifdef E2E_LSAN_SUPPRESSIONS
   // Under the sanitizer build: leaks the tests do not own are listed there.
-  if (!std::getenv("LSAN_OPTIONS"))
-    env.push_back(std::string("LSAN_OPTIONS=suppressions=") + E2E_LSAN_SUPPRESSIONS +
-                  ":print_suppressions=0");
+  env.push_back(std::string("LSAN_OPTIONS=suppressions=") + E2E_LSAN_SUPPRESSIONS + ":print_suppressions=0");
   // The engine is built without frame pointers: the slow unwinder gives the
   // whole allocation stack, which the suppressions match on.
   if (!std::getenv("ASAN_OPTIONS"))
