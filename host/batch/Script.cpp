@@ -9,12 +9,12 @@ namespace folio::batch {
 
 namespace {
 
-struct OpSpec {
+struct OpEntry {
   const char *name;
   Op op;
 };
 
-constexpr OpSpec kOps[] = {
+constexpr OpEntry kOps[] = {
     {"open", Op::Open},         {"page", Op::Page},
     {"zoom", Op::Zoom},         {"menu", Op::Menu},
     {"button", Op::Button},     {"drag", Op::Drag},
@@ -100,7 +100,7 @@ bool parseCoordinates(const std::vector<std::string> &words, size_t count, int l
 
 const char *opName(Op op)
 {
-  for (const OpSpec &s : kOps)
+  for (const OpEntry &s : kOps)
     if (s.op == op)
       return s.name;
   return "?";
@@ -181,16 +181,16 @@ bool parseLine(std::string_view text, int line, Step &out, bool &hasStep, ParseE
     return true;
 
   const std::string &cmd = words[0];
-  const OpSpec *spec = nullptr;
-  for (const OpSpec &s : kOps)
+  const OpEntry *entry = nullptr;
+  for (const OpEntry &s : kOps)
     if (cmd == s.name)
-      spec = &s;
-  if (!spec)
+      entry = &s;
+  if (!entry)
     return fail(error, line, "unknown command " + quoted(cmd));
 
   Step step;
   step.line = line;
-  step.op = spec->op;
+  step.op = entry->op;
   const size_t args = words.size() - 1;
   auto arity = [&](size_t lo, size_t hi, const char *usage) {
     if (args < lo || args > hi)
