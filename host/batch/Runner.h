@@ -10,7 +10,8 @@
 //   cancel: poll N answers true                  a cancel-at (or Ctrl-C) firing
 //   unused answer: LABEL (line N)                queued answers an action did not take
 //   page N: media L B R T crop L B R T rotate R  show-boxes, points, one page a line
-//   saved: PATH / snapshot: PATH                 a save or snapshot done
+//   opened: PATH (N pages)                       a document opened
+//   saved: PATH / snapshot: PATH / reverted: PATH  a save, snapshot or revert done
 // Errors go to `err` as "folio: NAME:LINE: message". The first error stops
 // the run: later steps do not run and nothing more is saved. A question with
 // no queued answer is such an error; while it is pending the question is
