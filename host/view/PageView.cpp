@@ -71,6 +71,7 @@ PageView::PageView(Application &app, DocWindow &doc) : app_(&app), doc_(&doc)
   color_.space = PDDeviceRGB; // black
   page_ = doc_->document().acquirePage(0);
   doc_->document().addObserver(this);
+  zoom_ = std::clamp(zoom_, minZoomPercent(), maxZoomPercent());
   invalidateAll();
 }
 
@@ -104,7 +105,7 @@ bool PageView::goToPage(int n)
   if (old)
     doc_->document().releasePage(old);
   // Keep the zoom within range for the new page's size.
-  zoom_ = std::clamp(zoom_, kMinZoomPercent, maxZoomPercent());
+  zoom_ = std::clamp(zoom_, minZoomPercent(), maxZoomPercent());
   rasterStale_ = true;
   invalidateAll();
   return true;
@@ -133,14 +134,21 @@ double PageView::maxZoomPercent() const
   double side = std::max(w, h);
   if (side <= 0)
     return kMaxZoomPercent;
-  return std::clamp(100.0 * kMaxDeviceExtent / side, kMinZoomPercent, kMaxZoomPercent);
+  double bySide = 100.0 * kMaxDeviceExtent / side;
+  double byArea = 100.0 * std::sqrt(kMaxRasterPixels / std::max(w * h, 1.0));
+  return std::min({bySide, byArea, kMaxZoomPercent});
+}
+
+double PageView::minZoomPercent() const
+{
+  return std::min(kMinZoomPercent, maxZoomPercent());
 }
 
 double PageView::setZoomPercent(double percent)
 {
   if (!std::isfinite(percent))
     percent = 100.0;
-  double z = std::clamp(percent, kMinZoomPercent, maxZoomPercent());
+  double z = std::clamp(percent, minZoomPercent(), maxZoomPercent());
   if (z != zoom_) {
     zoom_ = z;
     rasterStale_ = true;
@@ -295,9 +303,24 @@ void PageView::ensureRaster()
 {
   if (raster_ && !rasterStale_)
     return;
-  raster_ = std::make_unique<model::PageRaster>(page_->render(scale()));
   rasterStale_ = false;
   ++renders_;
+  try {
+    raster_ = std::make_unique<model::PageRaster>(page_->render(scale()));
+    renderError_.clear();
+  } catch (const std::exception &e) {
+    // A page the engine cannot draw is shown blank (the boxes and overlays
+    // still work); the reason is kept for the front end.
+    renderError_ = e.what();
+    auto blank = std::make_unique<model::PageRaster>();
+    blank->width = pageDeviceWidth();
+    blank->height = pageDeviceHeight();
+    blank->stride = blank->width * 3;
+    blank->rgb.assign(static_cast<size_t>(blank->stride) * blank->height, 0xFF);
+    blank->zoom = scale();
+    blank->rotate = rotation();
+    raster_ = std::move(blank);
+  }
 }
 
 void PageView::ensureFrame()

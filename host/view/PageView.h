@@ -34,9 +34,10 @@
 // same pixels.
 //
 // Zoom is in percent, kept so that the whole page fits in 16-bit device
-// coordinates: at most 32000 device units across the larger side of the
-// rotated media box (and never above kMaxZoomPercent), at least
-// kMinZoomPercent.
+// coordinates: at most kMaxDeviceExtent (16000) device units across the larger side of the
+// rotated media box, at most kMaxRasterPixels in the page's raster, never
+// above kMaxZoomPercent; at least kMinZoomPercent unless the page is too
+// large for that. A page opens at 100% when that is within these limits.
 //
 // Drawing: invalidate() collects a dirty area (the bounding rectangle of what
 // was invalidated). drawNow() redraws it into the frame: background, the
@@ -75,6 +76,9 @@ constexpr double kMaxZoomPercent = 6400.0;
 // The largest rendered page side in pixels: the model renders at most 16384
 // pixels across, and device coordinates stay far inside the 16-bit range.
 constexpr int kMaxDeviceExtent = 16000;
+// The largest page raster in pixels: the whole page is rendered at once and
+// cached, so the zoom is also kept to what 120 MB of RGB can hold.
+constexpr double kMaxRasterPixels = 40e6;
 
 // The frame buffer: an RGB raster of the view's device size.
 struct Frame {
@@ -116,8 +120,11 @@ public:
   // Clamped as described above; invalidates the whole view. Returns the zoom
   // that was set.
   double setZoomPercent(double percent);
-  // The largest zoom that keeps this page within the 16-bit device range.
+  // The largest zoom that keeps this page within the 16-bit device range
+  // (kMaxDeviceExtent across), and the smallest zoom: kMinZoomPercent, or
+  // less for a page so large that even that would not fit.
   double maxZoomPercent() const;
+  double minZoomPercent() const;
   double scale() const { return zoom_ / 100.0; } // device pixels per point
   int scrollX() const { return scrollX_; }
   int scrollY() const { return scrollY_; }
@@ -165,6 +172,9 @@ public:
   // Counters (tests and the viewer's statistics).
   unsigned renderCount() const { return renders_; }
   unsigned redrawCount() const { return redraws_; }
+  // Why the shown page could not be rendered ("" when it was): such a page
+  // is shown blank, with its dimming and overlays.
+  const std::string &renderError() const { return renderError_; }
   // True while the drawing callbacks run.
   bool inRedraw() const { return inRedraw_; }
 
@@ -198,6 +208,7 @@ private:
   bool clipping_ = false;
   FVRect clip_{};
   unsigned renders_ = 0, redraws_ = 0;
+  std::string renderError_;
 };
 
 } // namespace folio::view

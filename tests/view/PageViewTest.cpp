@@ -233,20 +233,47 @@ TEST_F(ViewTransform, MatchesTheModelsRasterTransform)
 
 TEST_F(ViewTransform, ZoomIsKeptWithinSixteenBitDevices)
 {
-  open({viewtest::page(0, 0, 14400, 14400)});
+  open({viewtest::page(0, 0, 14400, 100)});
   double max = view().maxZoomPercent();
   EXPECT_NEAR(max, 100.0 * kMaxDeviceExtent / 14400.0, 1e-9);
   EXPECT_EQ(view().setZoomPercent(400), max);
-  EXPECT_LE(view().pageDeviceWidth(), kMaxDeviceExtent);
-  FVRect r = view().rectToDevice(frect(0, 14400, 14400, 0));
+  EXPECT_EQ(view().pageDeviceWidth(), kMaxDeviceExtent);
+  FVRect r = view().rectToDevice(frect(0, 100, 14400, 0));
   EXPECT_EQ(r.right, 8 + kMaxDeviceExtent);
   EXPECT_EQ(view().setZoomPercent(1), kMinZoomPercent);
+}
+
+TEST_F(ViewTransform, ZoomIsKeptWithinTheRasterSize)
+{
+  open({viewtest::page(0, 0, 14400, 14400)});
+  double max = view().maxZoomPercent();
+  EXPECT_NEAR(max, 100.0 * std::sqrt(kMaxRasterPixels / (14400.0 * 14400.0)), 1e-9);
+  EXPECT_EQ(view().zoomPercent(), max); // 100% would not fit: it opens at the largest zoom that does
+  EXPECT_LE(double(view().pageDeviceWidth()) * view().pageDeviceHeight(), kMaxRasterPixels * 1.001);
+}
+
+TEST_F(ViewTransform, AVeryWidePageOpensAtTheLargestZoomThatFits)
+{
+  open({viewtest::page(0, 0, 30000, 100)});
+  EXPECT_NEAR(view().maxZoomPercent(), 100.0 * kMaxDeviceExtent / 30000.0, 1e-9);
+  EXPECT_EQ(view().zoomPercent(), view().maxZoomPercent());
+  view().drawNow();
+  EXPECT_EQ(view().frame().width, kMaxDeviceExtent + 16);
+  EXPECT_EQ(view().renderError(), "");
+}
+
+TEST_F(ViewTransform, ALetterPageZoomsToMoreThanNineHundredPercent)
+{
+  open({viewtest::page(0, 0, 612, 792)});
+  EXPECT_EQ(view().zoomPercent(), 100.0);
+  EXPECT_NEAR(view().maxZoomPercent(), 100.0 * std::sqrt(kMaxRasterPixels / (612.0 * 792.0)), 1e-9);
+  EXPECT_GT(view().maxZoomPercent(), 900.0);
 }
 
 TEST_F(ViewTransform, FarAwayRectanglesSaturate)
 {
   open({viewtest::page(0, 0, 612, 792)});
-  view().setZoomPercent(2000);
+  view().setZoomPercent(900);
   FVRect r = view().rectToDevice(frect(-20000, 30000, 20000, -30000));
   EXPECT_EQ(r.left, -32768);
   EXPECT_EQ(r.top, -32768);
