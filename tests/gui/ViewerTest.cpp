@@ -93,7 +93,10 @@ protected:
   // Starts folio on `pdf` and waits until its page view is up.
   void startFolio(const std::string &pdf, const std::vector<std::string> &env = {})
   {
-    folio = guitest::spawn({GUI_FOLIO, pdf}, xvfb.display(), env, dir + "/folio.log");
+    std::vector<std::string> argv{GUI_FOLIO};
+    if (!pdf.empty())
+      argv.push_back(pdf);
+    folio = guitest::spawn(argv, xvfb.display(), env, dir + "/folio.log");
     ASSERT_GT(folio, 0);
     pageView = guitest::findWindow(xvfb.display(), "page view", 20000);
     ASSERT_NE(pageView, 0u) << "the viewer did not come up";
@@ -658,6 +661,28 @@ TEST_F(GuiViewer, SaveAsWritesTheCropToANewFile)
   ASSERT_EQ(original.size(), 2u);
   for (const Box &box : original)
     EXPECT_EQ(box, (Box{0, 0, 612, 792})) << "the original was changed";
+}
+
+TEST_F(GuiViewer, CropToolButtonIsDisabledWithoutADocument)
+{
+  makePdf("letter.pdf", {"--rect", "100,100,300,300"});
+  startFolio("");
+  // Disabled: the press does nothing, so the media-box display stays off
+  // (had the tool been chosen, the outline would show on the next document).
+  press("QUIL:PageShear");
+  key("ctrl+o");
+  ASSERT_NE(window("Open"), 0u);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", dir + "/letter.pdf"}), 0);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
+  // Wait for the page itself (white paper at its middle).
+  guitest::Snapshot s = shotUntil([](const guitest::Snapshot &x) {
+    return x.at(x.width() / 2, 200) == guitest::Rgb{255, 255, 255};
+  });
+  ASSERT_EQ(s.at(s.width() / 2, 200), (guitest::Rgb{255, 255, 255})) << "the document did not open";
+  EXPECT_FALSE(hasRed(s));
+  // With a document that may be edited the button works.
+  press("QUIL:PageShear");
+  EXPECT_TRUE(hasRed(shotUntil([&](const guitest::Snapshot &x) { return hasRed(x); })));
 }
 
 } // namespace
