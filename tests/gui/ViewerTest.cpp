@@ -685,4 +685,32 @@ TEST_F(GuiViewer, CropToolButtonIsDisabledWithoutADocument)
   EXPECT_TRUE(hasRed(shotUntil([&](const guitest::Snapshot &x) { return hasRed(x); })));
 }
 
+// A pressed button has its shadows swapped: dark along the top-left edge,
+// light along the bottom-right one.
+bool looksPressed(Display *dpy, unsigned long button)
+{
+  guitest::Snapshot s(dpy, button);
+  auto light = [](guitest::Rgb p) { return p.r + p.g + p.b; };
+  return light(s.at(1, 1)) < light(s.at(s.width() - 2, s.height() - 2));
+}
+
+TEST_F(GuiViewer, ToolBarButtonLooksPressedWhileItsToolIsActive)
+{
+  std::string pdf = makePdf("letter.pdf", {"--rect", "100,100,300,300"});
+  startFolio(pdf);
+  unsigned long crop = window("QUIL:PageShear"), hand = window("Hand");
+  ASSERT_TRUE(crop && hand);
+  EXPECT_TRUE(looksPressed(dpy, hand)) << "the hand tool is the default tool";
+  EXPECT_FALSE(looksPressed(dpy, crop));
+  key("ctrl+9");
+  shotUntil([&](const guitest::Snapshot &x) { return hasRed(x); });
+  settle();
+  EXPECT_TRUE(looksPressed(dpy, crop));
+  EXPECT_FALSE(looksPressed(dpy, hand));
+  press("Hand");
+  settle();
+  EXPECT_FALSE(looksPressed(dpy, crop));
+  EXPECT_TRUE(looksPressed(dpy, hand));
+}
+
 } // namespace
