@@ -94,6 +94,16 @@ void dropPageIndex(DocumentImpl &d)
   d.pageObjs.clear();
 }
 
+pdf_page *loadEnginePage(DocumentImpl &d, int index)
+{
+  // The engine finds the page by walking its page tree (its own page map
+  // would make that faster but keeps objects it never frees).
+  pdf_page *page = nullptr;
+  engineCall(d.ctx, ModelErrorKind::Engine, "Cannot load the page",
+             [&] { page = pdf_load_page(d.ctx, d.doc, index); });
+  return page;
+}
+
 void buildPageIndex(DocumentImpl &d)
 {
   dropPageIndex(d);
@@ -307,20 +317,6 @@ Page *Document::acquirePage(int index)
   if (!slot)
     slot.reset(new Page(*this, index));
   Page *p = slot.get();
-  if (p->acquires_ == 0 && !p->impl_) {
-    DocumentImpl &d = *impl_;
-    auto *pi = new PageImpl();
-    try {
-      engineCall(d.ctx, ModelErrorKind::Engine, "Cannot load the page",
-                 [&] { pi->page = pdf_load_page(d.ctx, d.doc, index); });
-    } catch (...) {
-      delete pi;
-      throw;
-    }
-    p->impl_ = pi;
-    if (pdf_was_repaired(d.ctx, d.doc))
-      flags_ |= PDDocWasRepaired | PDDocRequiresFullSave;
-  }
   ++p->acquires_;
   return p;
 }

@@ -75,6 +75,8 @@ fz_rect toRect(const FixedRect &r); // normalised
 void buildPageIndex(DocumentImpl &d);
 // Drops the index and its references.
 void dropPageIndex(DocumentImpl &d);
+// Loads page `index` in the engine (throws ModelError).
+pdf_page *loadEnginePage(DocumentImpl &d, int index);
 // The page's dictionary, current even after a repair by the engine.
 pdf_obj *pageObject(DocumentImpl &d, int index, PageImpl *impl);
 // Media box, normalised; US Letter when missing or empty.

@@ -27,8 +27,7 @@ PageImpl &loadedPage(Page &page)
   if (!pi) {
     auto *fresh = new PageImpl();
     try {
-      engineCall(d.ctx, ModelErrorKind::Engine, "Cannot load the page",
-                 [&] { fresh->page = pdf_load_page(d.ctx, d.doc, page.index()); });
+      fresh->page = loadEnginePage(d, page.index());
     } catch (...) {
       delete fresh;
       throw;

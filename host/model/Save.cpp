@@ -94,8 +94,9 @@ pdf_document *reopen(fz_context *ctx, const char *path, const char *password)
   try {
     engineCall(ctx, ModelErrorKind::Engine, "", [&] {
       fresh = pdf_open_document(ctx, path);
-      if (pdf_needs_password(ctx, fresh))
-        pdf_authenticate_password(ctx, fresh, password);
+      // The file must open with the password that opened the document.
+      if (pdf_needs_password(ctx, fresh) && !pdf_authenticate_password(ctx, fresh, password))
+        fz_throw(ctx, FZ_ERROR_GENERIC, "the password no longer opens it");
     });
   } catch (const ModelError &) {
     pdf_drop_document(ctx, fresh);
@@ -216,7 +217,7 @@ bool Document::saveAs(const std::string &target, bool forceFull)
       }
     }
     if (freshPages != d.pageCount)
-      throw ModelError(ModelErrorKind::SaveFailed, "the written file does not read back with all its pages");
+      throw ModelError(ModelErrorKind::SaveFailed, "the written file does not read back as the same document");
     if (::rename(temp.c_str(), target.c_str()) != 0)
       throw ModelError(ModelErrorKind::SaveFailed,
                        std::string("cannot replace it (") + std::strerror(errno) + ")");

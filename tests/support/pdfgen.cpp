@@ -408,6 +408,17 @@ void Writer::beginObject(int n)
   write(std::to_string(n) + " 0 obj\n");
 }
 
+int Writer::topParent()
+{
+  size_t index = topKids_.size();
+  if (index < kNodeKids)
+    return kRoot;
+  size_t chunk = (index - kNodeKids) / kNodeKids;
+  if (chunk == chunks_.size())
+    chunks_.push_back(newObject());
+  return chunks_[chunk];
+}
+
 void Writer::closeNode()
 {
   if (!nodeOuter_)
@@ -419,10 +430,11 @@ void Writer::closeNode()
   beginObject(nodeInner_);
   write("<< /Type /Pages /Parent " + std::to_string(nodeOuter_) + " 0 R /Kids [" + kids + "] /Count " +
         count + " >>\nendobj\n");
+  int parent = topParent();
   beginObject(nodeOuter_);
-  write("<< /Type /Pages /Parent 2 0 R /Kids [" + std::to_string(nodeInner_) + " 0 R] /Count " + count + " " +
-        nodeAttrs_ + ">>\nendobj\n");
-  topKids_.push_back(nodeOuter_);
+  write("<< /Type /Pages /Parent " + std::to_string(parent) + " 0 R /Kids [" + std::to_string(nodeInner_) +
+        " 0 R] /Count " + count + " " + nodeAttrs_ + ">>\nendobj\n");
+  topKids_.emplace_back(nodeOuter_, static_cast<int>(nodeKids_.size()));
   nodeOuter_ = nodeInner_ = 0;
   nodeKids_.clear();
   nodeAttrs_.clear();
@@ -465,9 +477,10 @@ PageInk Writer::addPage(const PageSpec &spec)
     rootRotateSet_ = true;
   }
 
-  int parent = kRoot;
+  int parent = 0;
   if (nodeAttrs.empty()) {
     closeNode();
+    parent = topParent();
   } else {
     if (nodeOuter_ && (nodeAttrs != nodeAttrs_ || nodeKids_.size() >= kNodeKids))
       closeNode();
@@ -489,8 +502,8 @@ PageInk Writer::addPage(const PageSpec &spec)
   beginObject(page);
   write("<< /Type /Page /Parent " + std::to_string(parent) + " 0 R /Resources 4 0 R /Contents " +
         std::to_string(contents) + " 0 R " + pageAttrs + ">>\nendobj\n");
-  if (parent == kRoot)
-    topKids_.push_back(page);
+  if (nodeAttrs.empty())
+    topKids_.emplace_back(page, 1);
   else
     nodeKids_.push_back(page);
   ++pages_;
@@ -503,9 +516,52 @@ void Writer::finish()
     return;
   finished_ = true;
   closeNode();
+  // The chunk nodes, and above them nodes of up to kNodeKids nodes until a
+  // level has few enough to hang from the root.
+  struct Node {
+    int num;
+    int count;
+    std::vector<int> kids;
+  };
+  std::vector<Node> level;
+  for (size_t c = 0; c < chunks_.size(); ++c) {
+    Node n{chunks_[c], 0, {}};
+    for (size_t k = kNodeKids + c * kNodeKids; k < topKids_.size() && k < kNodeKids + (c + 1) * kNodeKids;
+         ++k) {
+      n.kids.push_back(topKids_[k].first);
+      n.count += topKids_[k].second;
+    }
+    level.push_back(n);
+  }
+  auto writeNode = [&](const Node &n, int parent) {
+    std::string kids;
+    for (int k : n.kids)
+      kids += std::to_string(k) + " 0 R ";
+    beginObject(n.num);
+    write("<< /Type /Pages /Parent " + std::to_string(parent) + " 0 R /Kids [" + kids + "] /Count " +
+          std::to_string(n.count) + " >>\nendobj\n");
+  };
+  while (level.size() > kNodeKids) {
+    std::vector<Node> up;
+    for (size_t i = 0; i < level.size(); i += kNodeKids) {
+      Node n{newObject(), 0, {}};
+      for (size_t k = i; k < level.size() && k < i + kNodeKids; ++k) {
+        n.kids.push_back(level[k].num);
+        n.count += level[k].count;
+      }
+      for (size_t k = i; k < level.size() && k < i + kNodeKids; ++k)
+        writeNode(level[k], n.num);
+      up.push_back(n);
+    }
+    level = up;
+  }
+  for (const Node &n : level)
+    writeNode(n, kRoot);
   std::string root = "<< /Type /Pages /Kids [";
-  for (int k : topKids_)
-    root += std::to_string(k) + " 0 R ";
+  for (size_t k = 0; k < topKids_.size() && k < kNodeKids; ++k)
+    root += std::to_string(topKids_[k].first) + " 0 R ";
+  for (const Node &n : level)
+    root += std::to_string(n.num) + " 0 R ";
   root += "] /Count " + std::to_string(pages_) + " ";
   if (rootMediaSet_)
     root += "/MediaBox " + boxArray(rootMedia_) + " ";

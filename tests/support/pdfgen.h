@@ -129,7 +129,12 @@ private:
   std::string path_;
   uint64_t pos_ = 0;
   std::vector<uint64_t> offsets_; // by object number; 0 = not yet written
-  std::vector<int> topKids_;      // kids of the root
+  // Kids of the root and their page counts: the first kNodeKids directly,
+  // the rest in chunk nodes of kNodeKids (and nodes of chunks when there are
+  // many), so that finding a page never reads a long list of kids.
+  std::vector<std::pair<int, int>> topKids_;
+  std::vector<int> chunks_; // object numbers of the chunk nodes
+  int topParent();          // the parent of the next kid of the top level
   int pages_ = 0;
   bool finished_ = false;
   // the open intermediate node
