@@ -110,10 +110,10 @@ struct Viewer::Impl : view::ApplicationListener {
   static void onMenuItem(Widget, XtPointer, XtPointer);
   static void onToolButton(Widget, XtPointer, XtPointer);
 
-  // ---- ApplicationListener -------------------------------------------------
+  // ---- ApplicationListener (ViewerMenus.cpp: the Window menu follows the
+  // open documents; the active one is picked up by sync()) ----------------
   void documentOpened(view::DocWindow &doc) override;
   void documentClosing(view::DocWindow &doc) override;
-  void activeDocumentChanged(view::DocWindow *doc) override;
 
   view::Application &app;
   platform::XSession &session;

@@ -337,8 +337,6 @@ void Viewer::Impl::redrawPending()
 
 // ---- documents ----------------------------------------------------------------------------
 
-void Viewer::Impl::activeDocumentChanged(view::DocWindow *) {}
-
 void Viewer::Impl::showDocument(view::DocWindow *doc)
 {
   shown = doc;
@@ -661,9 +659,6 @@ bool Viewer::Impl::handleKey(XEvent &ev)
   // Keys meant for a dialog or a posted menu go there.
   Widget target = XtWindowToWidget(display, ev.xkey.window);
   if (target) {
-    Widget top = target;
-    while (XtParent(top))
-      top = XtParent(top);
     Widget w = target;
     while (w && w != shell)
       w = XtParent(w);
