@@ -84,7 +84,7 @@ private:
   int index_;
   int acquires_ = 0;
   bool overReleaseReported_ = false;
-  PageImpl *impl_ = nullptr; // engine data while acquired
+  PageImpl *impl_ = nullptr; // engine data, loaded when the page is drawn or measured
 };
 
 } // namespace folio::model
