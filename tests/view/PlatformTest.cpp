@@ -6,6 +6,7 @@
 #include <X11/Intrinsic.h>
 #include <X11/Xlib.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -184,6 +185,83 @@ TEST_F(ViewPlatform, WithoutDisplayAndWithoutXvfbTheErrorSaysSo)
     EXPECT_NE(what.find("DISPLAY is not set"), std::string::npos) << what;
     EXPECT_NE(what.find("no-such-x-server-program"), std::string::npos) << what;
   }
+}
+
+// A stand-in server program: reports display `number` on the -displayfd
+// descriptor (or nothing when `number` is empty), writes its pid to
+// `pidFile`, then stays up (or exits at once when `stay` is false).
+static std::string fakeServer(const std::string &dir, const std::string &number, bool stay)
+{
+  std::string path = dir + "/fake-xserver";
+  std::string pidFile = dir + "/fake-xserver.pid";
+  FILE *f = std::fopen(path.c_str(), "w");
+  if (!f)
+    return {};
+  std::fprintf(f, "#!/bin/sh\necho $$ > '%s'\n", pidFile.c_str());
+  if (!number.empty())
+    std::fprintf(f, "eval \"echo %s >&$2\"\n", number.c_str());
+  std::fprintf(f, stay ? "exec sleep 30\n" : "exit 1\n");
+  std::fclose(f);
+  chmod(path.c_str(), 0755);
+  return path;
+}
+
+static int readPid(const std::string &dir)
+{
+  FILE *f = std::fopen((dir + "/fake-xserver.pid").c_str(), "r");
+  int pid = 0;
+  if (f) {
+    if (std::fscanf(f, "%d", &pid) != 1)
+      pid = 0;
+    std::fclose(f);
+  }
+  return pid;
+}
+
+static void removeDir(const std::string &dir)
+{
+  std::remove((dir + "/fake-xserver").c_str());
+  std::remove((dir + "/fake-xserver.pid").c_str());
+  rmdir(dir.c_str());
+}
+
+static std::string scratchDir()
+{
+  char tmpl[] = "/tmp/folio-view-platform-XXXXXX";
+  const char *d = mkdtemp(tmpl);
+  return d ? d : "/tmp";
+}
+
+TEST_F(ViewPlatform, AServerWhoseDisplayCannotBeOpenedIsStopped)
+{
+  std::string dir = scratchDir();
+  XSession::Options options;
+  options.xvfbProgram = fakeServer(dir, "32766", true);
+  try {
+    XSession::open(options);
+    FAIL() << "opened a display nobody serves";
+  } catch (const PlatformError &e) {
+    EXPECT_NE(std::string(e.what()).find("cannot open the X display \":32766\""), std::string::npos)
+        << e.what();
+  }
+  int pid = readPid(dir);
+  EXPECT_GT(pid, 0);
+  EXPECT_FALSE(processAlive(pid));
+  removeDir(dir);
+}
+
+TEST_F(ViewPlatform, AServerThatDiesAtStartIsAClearError)
+{
+  std::string dir = scratchDir();
+  XSession::Options options;
+  options.xvfbProgram = fakeServer(dir, "", false);
+  try {
+    XSession::open(options);
+    FAIL() << "opened without a server";
+  } catch (const PlatformError &e) {
+    EXPECT_NE(std::string(e.what()).find("did not start"), std::string::npos) << e.what();
+  }
+  removeDir(dir);
 }
 
 TEST_F(ViewPlatform, AnUnreachableDisplayIsAClearError)

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -29,6 +30,17 @@ inline std::string tempPath(const std::string &name)
     ADD_FAILURE() << "cannot make " << dir;
   return dir + "/" + name;
 }
+
+// Removes this process's temporary folders when the tests end.
+struct TempCleanup : ::testing::Environment {
+  void TearDown() override
+  {
+    std::string cmd = "rm -rf '" + ::testing::TempDir() + "folio-view-" + std::to_string(getpid()) + "-'*";
+    if (std::system(cmd.c_str()) != 0)
+      std::fprintf(stderr, "could not remove the test folders\n");
+  }
+};
+inline const bool kTempCleanupRegistered = (::testing::AddGlobalTestEnvironment(new TempCleanup), true);
 
 inline Sheet page(double x0, double y0, double x1, double y1, int rotate = 0)
 {
