@@ -34,10 +34,11 @@
 // same pixels.
 //
 // Zoom is in percent, kept so that the whole page fits in 16-bit device
-// coordinates: at most kMaxDeviceExtent (16000) device units across the larger side of the
-// rotated media box, at most kMaxRasterPixels in the page's raster, never
-// above kMaxZoomPercent; at least kMinZoomPercent unless the page is too
-// large for that. A page opens at 100% when that is within these limits.
+// coordinates: at most kMaxDeviceExtent (16000) device units across the
+// larger side of the rotated media box, at most kMaxRasterPixels in the
+// page's raster, never above kMaxZoomPercent; at least kMinZoomPercent unless
+// the page is too large for that. A page opens at 100% when that is within
+// these limits.
 //
 // Drawing: invalidate() collects a dirty area (the bounding rectangle of what
 // was invalidated). drawNow() redraws it into the frame: background, the
@@ -47,8 +48,8 @@
 // clipped to the redrawn area; then asks the front end to present the area.
 // Outlines drawn outside a redraw (an extension drawing at once) land in the
 // frame, clipped to it, and are presented at the next drawNow(). drawNow()
-// called from inside a drawing callback only presents; it never redraws
-// recursively.
+// called from inside a drawing callback does nothing (the redraw in progress
+// presents what the callbacks drew); it never redraws recursively.
 //
 // The page raster is rendered by the model and cached; it is rendered again
 // only when the page, the zoom or the page's contents change (the view
