@@ -13,7 +13,7 @@ packages=(
   libmupdf-dev libmujs-dev libgumbo-dev libopenjp2-7-dev libjbig2dec0-dev libharfbuzz-dev
   libfreetype-dev libjpeg-dev zlib1g-dev libpng-dev
   # X11 and Motif
-  libx11-dev libxt-dev libmotif-dev libxext-dev libxres-dev
+  libx11-dev libxt-dev libmotif-dev libxext-dev libxres-dev libxfixes-dev
   # a private X server and GUI test tools
   xvfb xdotool x11-apps x11-utils xrestop xfonts-base fonts-dejavu-core imagemagick
   # independent readers and references for tests and benchmarks
