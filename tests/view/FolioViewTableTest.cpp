@@ -365,6 +365,43 @@ TEST_F(ViewTable, CloseThroughTheTable)
   EXPECT_EQ(FVDocClose(doc, 1), 0); // no longer open
 }
 
+TEST_F(ViewTable, OpenFromFileByPathName)
+{
+  FVDoc doc = FVDocOpenFromFile(tablehost::pathOfNewPdf(false), nullptr, nullptr);
+  ASSERT_NE(doc, nullptr);
+  EXPECT_EQ(FVAppGetActiveDoc(), doc);
+  EXPECT_EQ(tablehost::activeTitle(), "opened.pdf");
+  FVDoc titled = FVDocOpenFromFile(tablehost::pathOfNewPdf(false), nullptr, "Reopened");
+  ASSERT_NE(titled, nullptr);
+  EXPECT_EQ(tablehost::activeTitle(), "Reopened");
+}
+
+TEST_F(ViewTable, OpenFromFileOfAMissingFileAnswersNullAndSaysWhy)
+{
+  EXPECT_EQ(FVDocOpenFromFile(tablehost::pathOfNewPdf(true), nullptr, nullptr), nullptr);
+  ASSERT_EQ(tablehost::log().size(), 1u);
+  EXPECT_EQ(tablehost::log()[0].rfind("note ", 0), 0u);
+  EXPECT_EQ(FVAppGetActiveDoc(), nullptr);
+}
+
+TEST_F(ViewTable, ToolButtonProceduresGetTheirClientData)
+{
+  gExecutes = 0;
+  static FVToolRec tool;
+  FVToolBar toolBar = FVAppGetToolBar();
+  FVToolButton b = FVToolButtonNew(tablehost::atom("QUIL:PageShear"), nullptr, 0, 0);
+  FVToolBarAddButton(toolBar, b, 1, FVToolBarGetButtonByName(toolBar, tablehost::atom("endToolsGroup")));
+  FVToolButtonSetExecuteProc(b, tablehost::callback(reinterpret_cast<FSProc>(&CountExecute)), &tool);
+  FVToolButtonSetComputeMarkedProc(b, tablehost::callback(reinterpret_cast<FSProc>(&AlwaysFalse)), &tool);
+  FVToolButtonSetComputeEnabledProc(b, tablehost::callback(reinterpret_cast<FSProc>(&AlwaysTrue)),
+                                    reinterpret_cast<void *>(8));
+  EXPECT_TRUE(tablehost::buttonEnabled(b));
+  EXPECT_FALSE(tablehost::buttonMarked(b));
+  tablehost::pressButton(b);
+  EXPECT_EQ(gExecutes, 1);
+  EXPECT_EQ(gExecuteData, &tool);
+}
+
 TEST_F(ViewTable, NullAndStaleHandlesAreHarmless)
 {
   FVRect r = {1, 2, 3, 4};

@@ -6,6 +6,7 @@
 #include "Atoms.h"
 #include "FolioViewTable.h"
 #include "ViewTestSupport.h"
+#include "model/Handles.h"
 #include "view/Application.h"
 #include "view/Handles.h"
 
@@ -17,6 +18,7 @@ namespace {
 std::unique_ptr<viewtest::RecordingPorts> gPorts;
 std::unique_ptr<Application> gApp;
 std::vector<FSProc> gTable;
+std::vector<folio::model::PathName *> gPathNames; // released at stop()
 } // namespace
 
 HFT start()
@@ -32,6 +34,9 @@ void stop()
 {
   gApp.reset();
   gPorts.reset();
+  for (folio::model::PathName *p : gPathNames)
+    folio::model::PathName::release(p);
+  gPathNames.clear();
 }
 
 FVDoc openPage(double w, double h, int rotate)
@@ -102,6 +107,32 @@ FSCallback callback(FSProc proc)
 FSAtom atom(const char *name)
 {
   return folio::atomFromString(name);
+}
+
+FSPathName pathOfNewPdf(bool missing)
+{
+  std::string path = missing ? viewtest::tempPath("missing.pdf")
+                             : viewtest::makePdf("opened.pdf", {viewtest::page(0, 0, 612, 792)});
+  gPathNames.push_back(folio::model::PathName::create(path));
+  return folio::model::toFSPathName(gPathNames.back());
+}
+
+std::string activeTitle()
+{
+  return gApp->activeDocument() ? gApp->activeDocument()->title() : "";
+}
+
+bool buttonEnabled(FVToolButton b)
+{
+  return fromFVToolButton(b)->isEnabled();
+}
+bool buttonMarked(FVToolButton b)
+{
+  return fromFVToolButton(b)->isMarked();
+}
+void pressButton(FVToolButton b)
+{
+  fromFVToolButton(b)->runAsUser();
 }
 
 } // namespace tablehost

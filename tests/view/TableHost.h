@@ -33,5 +33,14 @@ int itemRefCount(FVMenuItem item);
 // What an extension gets from the core table: callbacks and atoms.
 FSCallback callback(FSProc proc);
 FSAtom atom(const char *name);
+// A path name of a generated one-page PDF (or of `missing` when true: a file
+// that does not exist), as the model's support table hands them out.
+FSPathName pathOfNewPdf(bool missing);
+// The active document's title ("" when none).
+std::string activeTitle();
+// A tool bar button's state as the host asks it.
+bool buttonEnabled(FVToolButton b);
+bool buttonMarked(FVToolButton b);
+void pressButton(FVToolButton b);
 
 } // namespace tablehost
