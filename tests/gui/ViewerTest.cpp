@@ -477,6 +477,29 @@ TEST_F(GuiViewer, ZoomShortcutsScaleThePage)
   EXPECT_EQ(b - t, 792);
 }
 
+TEST_F(GuiViewer, FitWidthAndFitPageFillTheWindow)
+{
+  std::string pdf = makePdf("letter.pdf", {"--rect", "100,100,300,300"});
+  startFolio(pdf);
+  selectCropToolAndMeasure();
+  XWindowAttributes a;
+  XGetWindowAttributes(dpy, pageView, &a);
+  key("ctrl+2"); // Fit Width: the page spans the window less the margins
+  int l, t, r, b;
+  ASSERT_TRUE(
+      redOutline(shotUntil([&](const guitest::Snapshot &x) { return redWidth(x) != 612; }), l, t, r, b));
+  EXPECT_NEAR(r - l, a.width - 16, 1);
+  EXPECT_NEAR(l, 8, 1);
+  key("ctrl+0"); // Fit Page: all of the page in sight, as large as it fits
+  guitest::Snapshot s = shotUntil([&](const guitest::Snapshot &x) {
+    int l2, t2, r2, b2;
+    return redOutline(x, l2, t2, r2, b2) && t2 > 0 && b2 < a.height - 1 && l2 > 0;
+  });
+  ASSERT_TRUE(redOutline(s, l, t, r, b));
+  expectRedRectangle(s, l, t, r, b);
+  EXPECT_NEAR(b - t, a.height - 16, 1) << "a letter page is limited by the height here";
+}
+
 std::string readFile(const std::string &path)
 {
   std::ifstream in(path);
