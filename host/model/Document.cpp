@@ -10,6 +10,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <unordered_set>
 
 #include "Engine.h"
 
@@ -109,14 +110,13 @@ void buildPageIndex(DocumentImpl &d)
   dropPageIndex(d);
   fz_context *ctx = d.ctx;
   std::vector<pdf_obj *> leaves;
-  std::vector<int> seen; // object numbers of the nodes met: a tree with a cycle is not indexed
+  std::unordered_set<int> seen; // object numbers of the nodes met: a tree with a cycle is not indexed
+  std::vector<std::pair<pdf_obj *, int>> stack; // depth first, kids in order, without recursion
   bool broken = false;
   try {
     engineCall(ctx, ModelErrorKind::Engine, "Cannot read the page tree", [&] {
       d.indexRepaired = pdf_was_repaired(ctx, d.doc) != 0;
       pdf_obj *root = pdf_dict_getp(ctx, pdf_trailer(ctx, d.doc), "Root/Pages");
-      // Depth first, kids in order, without recursion.
-      std::vector<std::pair<pdf_obj *, int>> stack;
       if (pdf_is_dict(ctx, root))
         stack.emplace_back(root, 0);
       while (!stack.empty() && !broken) {
@@ -125,10 +125,10 @@ void buildPageIndex(DocumentImpl &d)
         pdf_obj *kids = pdf_dict_get(ctx, node, PDF_NAME(Kids));
         if (next == 0) {
           int num = pdf_to_num(ctx, node);
-          if (num && std::find(seen.begin(), seen.end(), num) != seen.end())
+          if (num && seen.count(num))
             broken = true;
           else if (num && pdf_is_array(ctx, kids))
-            seen.push_back(num);
+            seen.insert(num);
         }
         if (!pdf_is_array(ctx, kids)) {
           leaves.push_back(node);

@@ -47,15 +47,23 @@ struct PageImpl {
 };
 
 // Runs `body` under the engine's error frame; on an engine error throws
-// ModelError(kind, what + ": " + engine message).
+// ModelError(kind, what + ": " + engine message). An engine error leaves
+// `body` by a long jump, so `body` keeps no objects with destructors of its
+// own (containers it fills are declared outside it).
 template <class Body> void engineCall(fz_context *ctx, ModelErrorKind kind, const char *what, Body &&body)
 {
   char message[256];
   message[0] = 0;
   volatile bool failed = false;
+  volatile bool cppFailed = false;
   fz_try(ctx)
   {
-    body();
+    // A C++ exception must not leave the engine's error frame unpopped.
+    try {
+      body();
+    } catch (...) {
+      cppFailed = true;
+    }
   }
   fz_catch(ctx)
   {
@@ -64,6 +72,8 @@ template <class Body> void engineCall(fz_context *ctx, ModelErrorKind kind, cons
   }
   if (failed)
     throw ModelError(kind, std::string(what) + ": " + message);
+  if (cppFailed)
+    throw ModelError(kind, std::string(what) + ": out of memory");
 }
 
 // Page-space rectangles between the engine (floats) and the interface (16.16).

@@ -217,7 +217,8 @@ bool Document::saveAs(const std::string &target, bool forceFull)
       }
     }
     if (freshPages != d.pageCount)
-      throw ModelError(ModelErrorKind::SaveFailed, "the written file does not read back as the same document");
+      throw ModelError(ModelErrorKind::SaveFailed,
+                       "the written file does not read back as the same document");
     if (::rename(temp.c_str(), target.c_str()) != 0)
       throw ModelError(ModelErrorKind::SaveFailed,
                        std::string("cannot replace it (") + std::strerror(errno) + ")");
