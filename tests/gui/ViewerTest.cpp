@@ -500,6 +500,20 @@ TEST_F(GuiViewer, FitWidthAndFitPageFillTheWindow)
   EXPECT_NEAR(b - t, a.height - 16, 1) << "a letter page is limited by the height here";
 }
 
+TEST_F(GuiViewer, ARotatedPageIsShownTurned)
+{
+  std::string pdf = makePdf("turned.pdf", {"--rotate", "90", "--rect", "100,100,300,300"});
+  startFolio(pdf);
+  key("ctrl+9");
+  key("ctrl+minus"); // 75%, so that all of the turned page is in sight
+  int l, t, r, b;
+  guitest::Snapshot s = shotUntil([&](const guitest::Snapshot &x) { return redWidth(x) == 594; });
+  ASSERT_TRUE(redOutline(s, l, t, r, b));
+  EXPECT_EQ(r - l, 594);
+  EXPECT_EQ(b - t, 459);
+  expectRedRectangle(s, l, t, r, b);
+}
+
 std::string readFile(const std::string &path)
 {
   std::ifstream in(path);
