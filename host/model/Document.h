@@ -69,8 +69,9 @@ public:
   // otherwise a full rewrite; `forceFull` asks for a full rewrite. The new
   // file is written beside the target, flushed with fsync and renamed over it,
   // so the target is untouched on any failure (ModelError SaveFailed).
-  // Encryption is kept. Clears PDDocNeedsSave and PDDocIsModified. Returns
-  // true when the save was incremental.
+  // Encryption is kept. A symbolic link is followed: the file it names is
+  // replaced, the link stays. Clears PDDocNeedsSave and PDDocIsModified.
+  // Returns true when the save was incremental.
   bool save(bool forceFull = false);
   bool saveAs(const std::string &path, bool forceFull = false);
 

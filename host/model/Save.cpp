@@ -112,10 +112,21 @@ bool Document::save(bool forceFull)
   return saveAs(path(), forceFull);
 }
 
-bool Document::saveAs(const std::string &target, bool forceFull)
+bool Document::saveAs(const std::string &requested, bool forceFull)
 {
   DocumentImpl &d = *impl_;
   fz_context *ctx = d.ctx;
+
+  // Saving through a symbolic link replaces the file it points to, not the
+  // link.
+  std::string target = requested;
+  struct stat link {};
+  if (::lstat(requested.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) {
+    if (char *real = ::realpath(requested.c_str(), nullptr)) {
+      target = real;
+      std::free(real);
+    }
+  }
 
   // The engine repairs a damaged file lazily, when it first meets a broken
   // object (a page's contents, say), and then reads every object again from
@@ -251,13 +262,13 @@ bool Document::saveAs(const std::string &target, bool forceFull)
     d.path = target;
     buildPageIndex(d);
   }
-  file_->setPath(target);
+  file_->setPath(requested);
   flags_ &= ~(PDDocNeedsSave | PDDocIsModified);
   if (!reopened)
     flags_ |= PDDocRequiresFullSave;
   std::vector<DocumentObserver *> copy = observers_;
   for (DocumentObserver *o : copy)
-    o->documentSaved(*this, target.c_str());
+    o->documentSaved(*this, requested.c_str());
   return incremental;
 }
 

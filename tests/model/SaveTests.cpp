@@ -148,6 +148,23 @@ TEST_F(ModelSave, SaveAsLeavesTheOriginalAndMovesTheDocument)
   EXPECT_TRUE(qpdfChecks(path("copy.pdf")));
 }
 
+TEST_F(ModelSave, SaveThroughASymbolicLinkReplacesTheFileItNames)
+{
+  std::string real = write("real.pdf", {rectPage()});
+  ASSERT_EQ(::symlink(real.c_str(), path("link.pdf").c_str()), 0);
+  auto doc = Document::open(path("link.pdf"));
+  crop(*doc, 0, fixedRect(20, 30, 200, 300));
+  doc->save();
+  struct stat st {};
+  ASSERT_EQ(::lstat(path("link.pdf").c_str(), &st), 0);
+  EXPECT_TRUE(S_ISLNK(st.st_mode));
+  EXPECT_EQ(doc->path(), path("link.pdf"));
+  auto q = qpdfPages(real);
+  ASSERT_EQ(q.size(), 1u);
+  ASSERT_TRUE(q[0].crop.has_value());
+  EXPECT_DOUBLE_EQ(q[0].crop->x1, 200);
+}
+
 TEST_F(ModelSave, SaveKeepsTheFilesPermissionBits)
 {
   std::string p = write("doc.pdf", {rectPage()});
