@@ -137,7 +137,8 @@ struct Viewer::Impl : view::ApplicationListener {
   std::map<Widget, MenuWidgets *> pulldowns;
   std::vector<Widget> menuTitles;
   std::vector<ToolWidget> tools;
-  std::vector<Pixmap> toolPixmaps;
+  std::vector<Pixmap> toolPixmaps; // icons of the tool bar's buttons
+  std::vector<Pixmap> menuPixmaps; // icons of menu items
   int menuListener = 0;
   int toolListener = 0;
   bool menusDirty = true;

@@ -197,8 +197,8 @@ Viewer::Impl::~Impl()
   }
   presenter.reset();
   progress.reset();
-  for (Pixmap p : toolPixmaps)
-    XFreePixmap(display, p);
+  // The icon pixmaps stay: the widgets that show them live on in the
+  // session's shell; the server frees them with the connection.
 }
 
 void Viewer::Impl::buildWindow()

@@ -184,7 +184,7 @@ void Viewer::Impl::buildPulldown(MenuWidgets &mw, view::Menu *menu, Widget paren
       if (item->icon()) {
         Pixmap p = iconPixmap(w, item->icon());
         if (p) {
-          toolPixmaps.push_back(p);
+          menuPixmaps.push_back(p);
           XtVaSetValues(w, XmNlabelType, XmPIXMAP_AND_STRING, XmNlabelPixmap, p, NULL);
         }
       }
@@ -211,6 +211,11 @@ void Viewer::Impl::rebuildMenus()
   menus.clear();
   pulldowns.clear();
   gItemRefs.clear();
+  // The widgets that showed them are gone (destroyed at once: this runs
+  // outside event dispatch).
+  for (Pixmap p : menuPixmaps)
+    XFreePixmap(display, p);
+  menuPixmaps.clear();
 
   for (view::Menu *menu : app.menuBar().menus()) {
     auto mw = std::make_unique<MenuWidgets>();
@@ -320,6 +325,9 @@ void Viewer::Impl::rebuildToolBar()
   for (auto &t : tools)
     XtDestroyWidget(t.widget);
   tools.clear();
+  for (Pixmap p : toolPixmaps)
+    XFreePixmap(display, p);
+  toolPixmaps.clear();
   gButtonRefs.clear();
   const auto &buttons = app.toolBar().buttons();
   for (size_t i = 0; i < buttons.size(); i++) {
