@@ -23,16 +23,39 @@ namespace {
 constexpr int kAreaW = 400;
 constexpr int kAreaH = 300;
 
+// One server and one toolkit connection for the whole program (Motif keeps
+// caches per display); each test gets its own shell on it.
+struct SharedDisplay {
+  guitest::Xvfb *xvfb = nullptr;
+  XtAppContext app = nullptr;
+  Display *dpy = nullptr;
+};
+SharedDisplay &shared()
+{
+  static SharedDisplay s;
+  if (!s.xvfb) {
+    s.xvfb = new guitest::Xvfb(); // lives until the program ends
+    if (s.xvfb->ok()) {
+      XtToolkitInitialize();
+      s.app = XtCreateApplicationContext();
+      int argc = 0;
+      s.dpy =
+          XtOpenDisplay(s.app, s.xvfb->display().c_str(), "guitest", "GuiTest", nullptr, 0, &argc, nullptr);
+    }
+  }
+  return s;
+}
+
 class GuiWidgets : public ::testing::Test {
 protected:
   void SetUp() override
   {
-    ASSERT_TRUE(xvfb.ok()) << "Xvfb did not start";
-    XtToolkitInitialize();
-    app = XtCreateApplicationContext();
-    int argc = 0;
-    dpy = XtOpenDisplay(app, xvfb.display().c_str(), "guitest", "GuiTest", nullptr, 0, &argc, nullptr);
-    ASSERT_NE(dpy, nullptr);
+    SharedDisplay &s = shared();
+    ASSERT_TRUE(s.xvfb->ok()) << "Xvfb did not start";
+    ASSERT_NE(s.dpy, nullptr);
+    display = s.xvfb->display();
+    app = s.app;
+    dpy = s.dpy;
     shell = XtVaAppCreateShell("guitest", "GuiTest", applicationShellWidgetClass, dpy, XmNwidth, kAreaW,
                                XmNheight, kAreaH, XmNx, 100, XmNy, 100, NULL);
     area = XtVaCreateManagedWidget("area", xmDrawingAreaWidgetClass, shell, XmNwidth, kAreaW, XmNheight,
@@ -40,19 +63,22 @@ protected:
     XtRealizeWidget(shell);
     XSync(dpy, False);
     // A test that goes wrong must fail, not hang in a modal loop.
-    XtAppAddTimeOut(
+    timer = XtAppAddTimeOut(
         app, 30000, [](XtPointer, XtIntervalId *) { _exit(3); }, nullptr);
   }
   void TearDown() override
   {
     if (helper > 0)
       guitest::waitFor(helper, 5000);
-    if (shell)
+    if (timer)
+      XtRemoveTimeOut(timer);
+    if (shell) {
       XtDestroyWidget(shell);
-    if (dpy)
-      XtCloseDisplay(dpy);
-    if (app)
-      XtDestroyApplicationContext(app);
+      // Let the destruction happen and reach the server before the next test.
+      while (XtAppPending(app))
+        XtAppProcessEvent(app, XtIMAll);
+      XSync(dpy, False);
+    }
   }
 
   // Runs xdotool in the background with these arguments.
@@ -60,7 +86,7 @@ protected:
   {
     std::vector<std::string> argv{"xdotool"};
     argv.insert(argv.end(), args.begin(), args.end());
-    helper = guitest::spawn(argv, xvfb.display());
+    helper = guitest::spawn(argv, display);
   }
   int helperResult()
   {
@@ -69,7 +95,8 @@ protected:
     return rc;
   }
 
-  guitest::Xvfb xvfb;
+  std::string display;
+  XtIntervalId timer = 0;
   XtAppContext app = nullptr;
   Display *dpy = nullptr;
   Widget shell = nullptr;
