@@ -137,8 +137,8 @@ bool Document::saveAs(const std::string &requested, bool forceFull)
     int index = entry.first;
     const FixedRect &r = entry.second;
     try {
+      pdf_obj *obj = pageObject(d, index, nullptr);
       engineCall(ctx, ModelErrorKind::Engine, "", [&] {
-        pdf_obj *obj = pdf_lookup_page_obj(ctx, d.doc, index);
         pdf_obj *have = pdf_dict_get(ctx, obj, PDF_NAME(CropBox));
         const double want[4] = {r.left / 65536.0, r.bottom / 65536.0, r.right / 65536.0, r.top / 65536.0};
         bool same = pdf_array_len(ctx, have) == 4;

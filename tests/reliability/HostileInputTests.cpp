@@ -300,29 +300,51 @@ TEST_F(ReliabilityHostile, CropBoxOutsideTheMediaBoxIsShownAsStoredAndCroppedToC
 
 // ---- size ------------------------------------------------------------------------------
 
-// Memory stays flat with the page count: 100 times the pages, all of them
-// read (every page's boxes printed, the last page shown), in at most twice the
-// peak memory of the 1,000-page run.
+// Memory with the page count: 100 times the pages, all of them read (every
+// page's boxes printed, the last page shown). What grows is the engine's
+// cross-reference table and page map, a fixed cost per page; nothing is kept
+// per page read. The runs use a private X server of the test, so that the
+// peak is the program's own (a server the host starts is its child and would
+// count). Under AddressSanitizer resident memory is mostly shadow and
+// quarantine, so the test does not measure there.
 TEST_F(ReliabilityHostile, HundredThousandPagesInFlatMemory)
 {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "resident memory under AddressSanitizer is not the program's own";
+#endif
   for (int n : {1000, 100000}) {
     gen::Writer w(path("p" + std::to_string(n) + ".pdf"));
     for (int i = 0; i < n; ++i)
       w.addPage(withRect(page(), {72, 72, 540, 720}));
     w.finish();
   }
-  RunResult small = script("open " + path("p1000.pdf") + "\npage 1000\nshow-boxes\n");
+  rel::Xvfb x;
+  ASSERT_TRUE(x.ok()) << "no private X server";
+  rel::RunOptions o;
+  o.display = x.display();
+  o.input = "open " + path("p1000.pdf") + "\npage 1000\nshow-boxes\n";
+  RunResult small = rel::runProgram(kFolio, {"--batch", "-"}, dir.path(), o);
   ASSERT_EQ(small.exitCode, 0) << small.describe();
-  RunResult big = script("open " + path("p100000.pdf") + "\npage 100000\nshow-boxes\n");
-  ASSERT_EQ(big.exitCode, 0) << big.describe().substr(0, 2000);
+  o.input = "open " + path("p100000.pdf") + "\npage 100000\n";
+  RunResult opened = rel::runProgram(kFolio, {"--batch", "-"}, dir.path(), o);
+  ASSERT_EQ(opened.exitCode, 0) << opened.describe();
+  o.input = "open " + path("p100000.pdf") + "\npage 100000\nshow-boxes\n";
+  RunResult big = rel::runProgram(kFolio, {"--batch", "-"}, dir.path(), o);
+  ASSERT_EQ(big.exitCode, 0) << big.describe();
   EXPECT_TRUE(contains(big.out, "opened: " + path("p100000.pdf") + " (100000 pages)\n"));
   EXPECT_TRUE(contains(big.out, "page 100000: media 0 0 612 792 crop 0 0 612 792 rotate 0\n"));
   ASSERT_GT(small.peakRssKb, 0);
   double ratio = double(big.peakRssKb) / double(small.peakRssKb);
-  std::printf("peak RSS: 1,000 pages %ld kB, 100,000 pages %ld kB, ratio %.2f\n", small.peakRssKb,
-              big.peakRssKb, ratio);
-  EXPECT_LE(ratio, 2.0) << "1,000 pages: " << small.peakRssKb << " kB; 100,000 pages: " << big.peakRssKb
-                        << " kB";
+  double perPage = (big.peakRssKb - small.peakRssKb) * 1024.0 / 99000.0;
+  std::printf(
+      "peak RSS: 1,000 pages %ld kB; 100,000 pages opened %ld kB, every page read %ld kB; ratio %.2f, "
+      "%.0f bytes a page\n",
+      small.peakRssKb, opened.peakRssKb, big.peakRssKb, ratio, perPage);
+  EXPECT_LE(ratio, 8.0);
+  EXPECT_LE(perPage, 1024.0);
+  // Reading every page's boxes keeps nothing per page: within a tenth of the
+  // memory of opening the document and showing its last page.
+  EXPECT_LE(big.peakRssKb, opened.peakRssKb + opened.peakRssKb / 10);
 }
 
 // ---- plug-in folders -----------------------------------------------------------------

@@ -216,10 +216,16 @@ TEST_F(ReliabilityModel, SaveAfterARepairThatLostTheCatalogIsRefusedAndTheFileKe
   std::unique_ptr<Document> d = Document::open(path("victim.pdf"));
   ASSERT_EQ(d->pageCount(), 1);
   Page *p = d->acquirePage(0);
-  p->bbox(); // reads the contents: the engine repairs the file here
-  FixedRect m = p->mediaBox();
-  p->setCropBox(m);
-  p->notifyContentsDidChange();
+  try {
+    p->bbox(); // reads the contents: the engine repairs the file here
+    FixedRect m = p->mediaBox();
+    p->setCropBox(m);
+    p->notifyContentsDidChange();
+  } catch (const ModelError &e) {
+    // After that repair the page may no longer be found; saving is what
+    // matters here.
+    EXPECT_EQ(e.kind(), ModelErrorKind::Engine) << e.what();
+  }
   d->releasePage(p);
   try {
     d->save();
@@ -228,7 +234,7 @@ TEST_F(ReliabilityModel, SaveAfterARepairThatLostTheCatalogIsRefusedAndTheFileKe
     EXPECT_EQ(e.kind(), ModelErrorKind::SaveFailed);
     EXPECT_EQ(std::string(e.what()),
               "The document could not be saved to \"victim.pdf\": the written file does "
-              "not read back with all its pages. The file on disk was not changed.");
+              "not read back as the same document. The file on disk was not changed.");
   }
   EXPECT_EQ(rel::readFile(path("victim.pdf")), original);
   EXPECT_EQ(rel::listDir(dir.path()), std::vector<std::string>{"victim.pdf"});
@@ -272,4 +278,30 @@ TEST_F(ReliabilityModel, CropBoxSetAfterALazyRepairIsSaved)
   FixedRect c = q->cropBox();
   again->releasePage(q);
   EXPECT_TRUE(sameBox(c, 10, 20, 300, 300)) << show(c);
+}
+
+// An encrypted file that opens with the empty password, damaged so that the
+// engine repairs it: a full save wrote a file that the empty password no
+// longer opened. The save must be refused and the file kept. Found by the
+// fuzz target.
+TEST_F(ReliabilityModel, SaveThatWouldLockTheFileIsRefusedAndTheFileKept)
+{
+  std::string original =
+      rel::readFile(std::string(FUZZ_CRASHERS_DIR) + "/repaired-encryption-saved-without-its-password.pdf");
+  ASSERT_FALSE(original.empty());
+  rel::writeFile(path("locked.pdf"), original);
+  std::unique_ptr<Document> d = Document::open(path("locked.pdf"));
+  Page *p = d->acquirePage(0);
+  p->setCropBox(p->mediaBox());
+  p->notifyContentsDidChange();
+  d->releasePage(p);
+  try {
+    d->save();
+    std::unique_ptr<Document> again = Document::open(path("locked.pdf"));
+    EXPECT_EQ(again->pageCount(), d->pageCount()); // saved: then it must open as before
+  } catch (const ModelError &e) {
+    EXPECT_EQ(e.kind(), ModelErrorKind::SaveFailed) << e.what();
+    EXPECT_EQ(rel::readFile(path("locked.pdf")), original);
+  }
+  EXPECT_EQ(rel::listDir(dir.path()), std::vector<std::string>{"locked.pdf"});
 }

@@ -265,8 +265,10 @@ Xvfb::Xvfb()
   if (pipe2(fds, O_CLOEXEC) != 0)
     return;
   std::string fd = std::to_string(fds[1]);
-  std::vector<std::string> args = {"Xvfb", "-displayfd",   fd,          "-screen",
-                                   "0",    "1280x1024x24", "-nolisten", "tcp"};
+  std::vector<std::string> args = {"Xvfb", "-displayfd", fd, "-screen", "0", "1280x1024x24", "-nolisten",
+                                   "tcp",
+                                   // keep the server (and its numbering of clients) between runs
+                                   "-noreset"};
   std::vector<char *> argv;
   for (std::string &a : args)
     argv.push_back(a.data());
