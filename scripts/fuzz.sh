@@ -24,6 +24,9 @@ mkdir -p build-fuzz/corpus build-fuzz/artifacts
 # pass. The sanitizer test suite checks leaks with the suppressions instead.
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=0:allocator_may_return_null=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+# Fork mode keeps fuzzing after a crasher (each one is written to
+# build-fuzz/artifacts/) for the whole time asked.
 exec build-fuzz/bin/folio_fuzz_document build-fuzz/corpus fuzz/corpus \
   -max_total_time="$seconds" -timeout=25 -rss_limit_mb=2560 -max_len=65536 \
+  -fork=1 -ignore_crashes=1 -ignore_timeouts=1 -ignore_ooms=1 \
   -artifact_prefix=build-fuzz/artifacts/ -print_final_stats=1 "$@"
