@@ -241,6 +241,16 @@ long selfPeakRssKb()
   return 0;
 }
 
+long rssKbOf(pid_t pid)
+{
+  std::ifstream in("/proc/" + std::to_string(pid) + "/status");
+  std::string line;
+  while (std::getline(in, line))
+    if (line.rfind("VmRSS:", 0) == 0)
+      return std::stol(line.substr(6));
+  return 0;
+}
+
 double now()
 {
   struct timespec ts;

@@ -88,6 +88,8 @@ std::vector<std::string> listDir(const std::string &dir);
 bool contains(const std::string &text, const std::string &part);
 // The peak resident set of this process so far, in kB (VmHWM).
 long selfPeakRssKb();
+// The resident set of process `pid` now, in kB (VmRSS); 0 when it is gone.
+long rssKbOf(pid_t pid);
 // Monotonic seconds.
 double now();
 void sleepSeconds(double s);
