@@ -258,6 +258,9 @@ std::unique_ptr<Document> Document::open(const std::string &path, PasswordPort *
         throw ModelError(ModelErrorKind::WrongPassword,
                          "The password for \"" + name + "\" is wrong; the document was not opened.");
       std::optional<std::string> pw = passwords->askPassword(path, attempt);
+      if (!pw && attempt > 1) // the user gave a password, and it was wrong
+        throw ModelError(ModelErrorKind::WrongPassword,
+                         "The password for \"" + name + "\" is wrong; the document was not opened.");
       if (!pw)
         throw ModelError(ModelErrorKind::PasswordRequired,
                          "\"" + name + "\" is protected by a password and none was given.");

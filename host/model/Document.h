@@ -26,8 +26,9 @@ class Document {
 public:
   // Opens the PDF at `path`. An encrypted file that does not open with the
   // empty password asks `passwords` (attempt 1, 2, ... up to `maxAttempts`);
-  // without a port, or when the port gives up, the open fails with
-  // PasswordRequired; after `maxAttempts` wrong answers with WrongPassword.
+  // without a port, or when the port gives up at once, the open fails with
+  // PasswordRequired; when it gives up after a wrong answer, or after
+  // `maxAttempts` wrong answers, with WrongPassword.
   // A damaged file is repaired when possible (flags() then has
   // PDDocWasRepaired and PDDocRequiresFullSave). Other failures: MissingFile,
   // PermissionDenied, EmptyFile, NotPdf, Truncated, Damaged.

@@ -89,6 +89,13 @@ void dropPageIndex(DocumentImpl &d);
 pdf_page *loadEnginePage(DocumentImpl &d, int index);
 // The page's dictionary, current even after a repair by the engine.
 pdf_obj *pageObject(DocumentImpl &d, int index, PageImpl *impl);
+// Removes the keys with an empty name from `obj` and the dictionaries and
+// arrays held directly in it. The engine writes an empty name followed by a
+// number as one name ("/" "15" becomes "/15"), which shifts every later key
+// of the dictionary when the file is read again; such keys mean nothing to a
+// reader, so they are dropped before the object is written. Engine errors
+// propagate.
+void dropEmptyNameKeys(fz_context *ctx, pdf_obj *obj, int depth = 0);
 // Media box, normalised; US Letter when missing or empty.
 fz_rect pageMediaBox(DocumentImpl &d, pdf_obj *pageObj);
 

@@ -14,6 +14,28 @@ Page::Page(Document &doc, int index) : doc_(&doc), index_(index) {}
 
 Page::~Page() = default; // the document drops the engine data
 
+void dropEmptyNameKeys(fz_context *ctx, pdf_obj *obj, int depth)
+{
+  // The object itself may be given by reference; the objects it holds by
+  // reference are other objects, left alone.
+  if (depth == 0)
+    obj = pdf_resolve_indirect(ctx, obj);
+  else if (depth > 32 || pdf_is_indirect(ctx, obj))
+    return;
+  if (pdf_is_dict(ctx, obj)) {
+    for (int i = pdf_dict_len(ctx, obj) - 1; i >= 0; --i) {
+      pdf_obj *key = pdf_dict_get_key(ctx, obj, i);
+      if (pdf_is_name(ctx, key) && pdf_to_name(ctx, key)[0] == 0)
+        pdf_dict_del(ctx, obj, key);
+      else
+        dropEmptyNameKeys(ctx, pdf_dict_get_val(ctx, obj, i), depth + 1);
+    }
+  } else if (pdf_is_array(ctx, obj)) {
+    for (int i = 0; i < pdf_array_len(ctx, obj); ++i)
+      dropEmptyNameKeys(ctx, pdf_array_get(ctx, obj, i), depth + 1);
+  }
+}
+
 PageImpl *&pageImplSlot(Page &page)
 {
   return page.impl_;
@@ -122,6 +144,7 @@ void Page::setCropBox(const FixedRect &r)
   DocumentImpl &d = doc_->impl();
   pdf_obj *obj = pageObject(d, index_, impl_);
   engineCall(d.ctx, ModelErrorKind::Engine, "Cannot set the crop box", [&] {
+    dropEmptyNameKeys(d.ctx, obj);
     pdf_obj *box = pdf_dict_put_array(d.ctx, obj, PDF_NAME(CropBox), 4);
     pdf_array_push_real(d.ctx, box, r.left / 65536.0);
     pdf_array_push_real(d.ctx, box, r.bottom / 65536.0);

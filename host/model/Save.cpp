@@ -87,6 +87,39 @@ void copyOriginal(DocumentImpl &d, int fd)
   }
 }
 
+// dropEmptyNameKeys on every object of the document; an object that cannot
+// be read is left to the writer.
+void dropEveryEmptyNameKey(DocumentImpl &d)
+{
+  fz_context *ctx = d.ctx;
+  int count = 0;
+  try {
+    engineCall(ctx, ModelErrorKind::Engine, "", [&] { count = pdf_xref_len(ctx, d.doc); });
+  } catch (const ModelError &) {
+    return;
+  }
+  for (int num = 1; num < count; ++num) {
+    try {
+      engineCall(ctx, ModelErrorKind::Engine, "", [&] {
+        pdf_obj *obj = pdf_load_object(ctx, d.doc, num);
+        fz_try(ctx)
+        {
+          dropEmptyNameKeys(ctx, obj);
+        }
+        fz_always(ctx)
+        {
+          pdf_drop_obj(ctx, obj);
+        }
+        fz_catch(ctx)
+        {
+          fz_rethrow(ctx);
+        }
+      });
+    } catch (const ModelError &) {
+    }
+  }
+}
+
 // The document read again from `path` with `password`; null on failure.
 pdf_document *reopen(fz_context *ctx, const char *path, const char *password)
 {
@@ -128,36 +161,9 @@ bool Document::saveAs(const std::string &requested, bool forceFull)
     }
   }
 
-  // The engine repairs a damaged file lazily, when it first meets a broken
-  // object (a page's contents, say), and then reads every object again from
-  // the file: crop boxes written before are gone, and those written after
-  // went to page objects it no longer uses. Put each crop box set this
-  // session on the page object the engine has now, where it is not there.
-  for (const auto &entry : d.cropSet) {
-    int index = entry.first;
-    const FixedRect &r = entry.second;
-    try {
-      pdf_obj *obj = pageObject(d, index, nullptr);
-      engineCall(ctx, ModelErrorKind::Engine, "", [&] {
-        pdf_obj *have = pdf_dict_get(ctx, obj, PDF_NAME(CropBox));
-        const double want[4] = {r.left / 65536.0, r.bottom / 65536.0, r.right / 65536.0, r.top / 65536.0};
-        bool same = pdf_array_len(ctx, have) == 4;
-        for (int k = 0; same && k < 4; ++k)
-          same = pdf_to_real(ctx, pdf_array_get(ctx, have, k)) == static_cast<float>(want[k]);
-        if (!same) {
-          pdf_obj *box = pdf_dict_put_array(ctx, obj, PDF_NAME(CropBox), 4);
-          for (int k = 0; k < 4; ++k)
-            pdf_array_push_real(ctx, box, want[k]);
-        }
-      });
-    } catch (const ModelError &) {
-      // A page the engine cannot find any more is left as it is; the
-      // read-back below refuses a file that lost pages.
-    }
-  }
-
-  bool incremental = !forceFull && !(flags_ & PDDocRequiresFullSave);
-  if (incremental) {
+  auto canSaveIncrementally = [&] {
+    if (forceFull || (flags() & PDDocRequiresFullSave))
+      return false;
     int can = 0;
     try {
       engineCall(ctx, ModelErrorKind::Engine, "",
@@ -165,7 +171,52 @@ bool Document::saveAs(const std::string &requested, bool forceFull)
     } catch (const ModelError &) {
       can = 0;
     }
-    incremental = can != 0;
+    return can != 0;
+  };
+
+  // The engine repairs a damaged file lazily, when it first meets a broken
+  // object (a page's contents, say), and then reads every object again from
+  // the file: crop boxes written before are gone, and those written after
+  // went to page objects it no longer uses. Put each crop box set this
+  // session on the page object the engine has now, where it is not there.
+  auto putBackCropBoxes = [&] {
+    for (const auto &entry : d.cropSet) {
+      int index = entry.first;
+      const FixedRect &r = entry.second;
+      try {
+        pdf_obj *obj = pageObject(d, index, nullptr);
+        engineCall(ctx, ModelErrorKind::Engine, "", [&] {
+          dropEmptyNameKeys(ctx, obj);
+          pdf_obj *have = pdf_dict_get(ctx, obj, PDF_NAME(CropBox));
+          const double want[4] = {r.left / 65536.0, r.bottom / 65536.0, r.right / 65536.0, r.top / 65536.0};
+          bool same = pdf_array_len(ctx, have) == 4;
+          for (int k = 0; same && k < 4; ++k)
+            same = pdf_to_real(ctx, pdf_array_get(ctx, have, k)) == static_cast<float>(want[k]);
+          if (!same) {
+            pdf_obj *box = pdf_dict_put_array(ctx, obj, PDF_NAME(CropBox), 4);
+            for (int k = 0; k < 4; ++k)
+              pdf_array_push_real(ctx, box, want[k]);
+          }
+        });
+      } catch (const ModelError &) {
+        // A page the engine cannot find any more is left as it is; the
+        // read-back below refuses a file that lost pages.
+      }
+    }
+  };
+
+  // A full save writes every object, so none may keep an empty-name key;
+  // reading them all may make the engine repair the file, so the crop boxes
+  // are put back after it. When putting them back made it repair the file,
+  // the save becomes a full one.
+  bool incremental = canSaveIncrementally();
+  if (!incremental)
+    dropEveryEmptyNameKey(d);
+  putBackCropBoxes();
+  if (incremental && !canSaveIncrementally()) {
+    incremental = false;
+    dropEveryEmptyNameKey(d);
+    putBackCropBoxes();
   }
 
   std::string dir = dirName(target);

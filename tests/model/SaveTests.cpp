@@ -165,6 +165,64 @@ TEST_F(ModelSave, SaveThroughASymbolicLinkReplacesTheFileItNames)
   EXPECT_DOUBLE_EQ(q[0].crop->x1, 200);
 }
 
+TEST_F(ModelSave, EmptyNameKeyDoesNotSwallowTheCropBoxInAFullSave)
+{
+  // A page dictionary with an empty name as a key, followed by a number:
+  // written back as one name, it would shift the keys after it.
+  std::string p = write("doc.pdf", {rectPage()});
+  std::string bytes = readFile(p);
+  // Same length, so that the xref offsets stay right.
+  const std::string plain =
+      "<< /Type /Page /Parent 2 0 R /Resources 4 0 R /Contents 5 0 R /MediaBox [0 0 612 792] >>";
+  std::string odd = "<</Type/Page/Parent 2 0 R/Resources 4 0 R/Contents 5 0 R/MediaBox[0 0 612 792]/ 15>>";
+  odd.insert(odd.size() - 2, plain.size() - odd.size(), ' ');
+  size_t at = bytes.find(plain);
+  ASSERT_NE(at, std::string::npos);
+  bytes.replace(at, plain.size(), odd);
+  writeFile(p, bytes);
+  {
+    auto doc = Document::open(p);
+    crop(*doc, 0, fixedRect(20, 30, 200, 300));
+    EXPECT_FALSE(doc->save(true));
+  }
+  auto q = qpdfPages(p);
+  ASSERT_EQ(q.size(), 1u);
+  ASSERT_TRUE(q[0].crop.has_value());
+  EXPECT_DOUBLE_EQ(q[0].crop->x0, 20);
+  EXPECT_DOUBLE_EQ(q[0].crop->y1, 300);
+  auto doc = Document::open(p);
+  EXPECT_RECT_NEAR(cropOf(*doc, 0), 20, 30, 200, 300, 0);
+}
+
+TEST_F(ModelSave, EmptyNameKeyDoesNotSwallowTheCropBoxInAnIncrementalSave)
+{
+  // A page dictionary with an empty name as a key, followed by a number:
+  // written back as one name, it would shift the keys after it.
+  std::string p = write("doc.pdf", {rectPage()});
+  std::string bytes = readFile(p);
+  // Same length, so that the xref offsets stay right.
+  const std::string plain =
+      "<< /Type /Page /Parent 2 0 R /Resources 4 0 R /Contents 5 0 R /MediaBox [0 0 612 792] >>";
+  std::string odd = "<</Type/Page/Parent 2 0 R/Resources 4 0 R/Contents 5 0 R/MediaBox[0 0 612 792]/ 15>>";
+  odd.insert(odd.size() - 2, plain.size() - odd.size(), ' ');
+  size_t at = bytes.find(plain);
+  ASSERT_NE(at, std::string::npos);
+  bytes.replace(at, plain.size(), odd);
+  writeFile(p, bytes);
+  {
+    auto doc = Document::open(p);
+    crop(*doc, 0, fixedRect(20, 30, 200, 300));
+    EXPECT_TRUE(doc->save());
+  }
+  auto q = qpdfPages(p);
+  ASSERT_EQ(q.size(), 1u);
+  ASSERT_TRUE(q[0].crop.has_value());
+  EXPECT_DOUBLE_EQ(q[0].crop->x0, 20);
+  EXPECT_DOUBLE_EQ(q[0].crop->y1, 300);
+  auto doc = Document::open(p);
+  EXPECT_RECT_NEAR(cropOf(*doc, 0), 20, 30, 200, 300, 0);
+}
+
 TEST_F(ModelSave, SaveKeepsTheFilesPermissionBits)
 {
   std::string p = write("doc.pdf", {rectPage()});
