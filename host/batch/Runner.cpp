@@ -28,7 +28,7 @@ void onInterrupt(int)
 
 std::string quoted(const std::string &s)
 {
-  return "\"" + s + "\"";
+  return quoteForMessage(s);
 }
 
 std::string joinButtons(const std::vector<std::string> &buttons)
@@ -562,7 +562,10 @@ FSInt32 Runner::modifiers()
 
 std::optional<std::string> Runner::askPassword(const std::string &, int attempt)
 {
-  if (!havePassword_ || attempt > 1)
+  // The same password on every attempt: when it is wrong, the model tries it
+  // up to its limit and then says that it is wrong (not that none was given).
+  (void)attempt;
+  if (!havePassword_)
     return std::nullopt;
   return password_;
 }

@@ -26,7 +26,7 @@ constexpr OpEntry kOps[] = {
 
 std::string quoted(std::string_view s)
 {
-  return "\"" + std::string(s) + "\"";
+  return quoteForMessage(s);
 }
 
 // A whole word as a base-10 integer.
@@ -97,6 +97,36 @@ bool parseCoordinates(const std::vector<std::string> &words, size_t count, int l
 }
 
 } // namespace
+
+std::string quoteForMessage(std::string_view word)
+{
+  constexpr size_t kMaxShown = 64;
+  size_t n = word.size();
+  bool cut = false;
+  if (n > kMaxShown) {
+    n = kMaxShown;
+    // Do not end in the middle of a UTF-8 sequence.
+    while (n > 0 && (static_cast<unsigned char>(word[n]) & 0xC0) == 0x80)
+      --n;
+    cut = true;
+  }
+  std::string out = "\"";
+  for (size_t i = 0; i < n; ++i) {
+    unsigned char c = static_cast<unsigned char>(word[i]);
+    if (c < 0x20 || c == 0x7f) {
+      static const char hex[] = "0123456789abcdef";
+      out += "\\x";
+      out += hex[c >> 4];
+      out += hex[c & 15];
+    } else {
+      out += char(c);
+    }
+  }
+  if (cut)
+    out += "...";
+  out += '"';
+  return out;
+}
 
 const char *opName(Op op)
 {

@@ -93,6 +93,12 @@ bool splitWords(std::string_view line, std::vector<std::string> &words, std::str
 // backslashes or empty), so that splitWords gives it back unchanged.
 std::string quoteWord(std::string_view word);
 
+// A word as an error message shows it: in double quotes, control bytes
+// written as \xNN (nothing from a script may drive the user's terminal),
+// and cut after 64 bytes with "..." (a message names a word, it does not
+// repeat a whole line).
+std::string quoteForMessage(std::string_view word);
+
 // The name of an op as written in a script ("cancel-at").
 const char *opName(Op op);
 

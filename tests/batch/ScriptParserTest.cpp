@@ -256,3 +256,24 @@ TEST(BatchScript, OpNames)
   EXPECT_STREQ(opName(Op::CancelAt), "cancel-at");
   EXPECT_STREQ(opName(Op::ShowBoxes), "show-boxes");
 }
+
+TEST(BatchScript, MessagesEscapeControlBytes)
+{
+  EXPECT_EQ(quoteForMessage("a\x1b[2Jb"), "\"a\\x1b[2Jb\"");
+  EXPECT_EQ(quoteForMessage(std::string("n\0l", 3)), "\"n\\x00l\"");
+  EXPECT_EQ(quoteForMessage("caf\xc3\xa9"), "\"caf\xc3\xa9\"");
+}
+
+TEST(BatchScript, MessagesCutLongWords)
+{
+  EXPECT_EQ(quoteForMessage(std::string(64, 'x')), "\"" + std::string(64, 'x') + "\"");
+  EXPECT_EQ(quoteForMessage(std::string(65, 'x')), "\"" + std::string(64, 'x') + "...\"");
+  // Never in the middle of a UTF-8 sequence.
+  EXPECT_EQ(quoteForMessage(std::string(63, 'x') + "\xc3\xa9" + "yz"), "\"" + std::string(63, 'x') + "...\"");
+}
+
+TEST(BatchScript, UnknownLongCommandGivesAShortMessage)
+{
+  ParseError e = bad(std::string(100000, 'q'));
+  EXPECT_EQ(e.message, "unknown command \"" + std::string(64, 'q') + "...\"");
+}

@@ -717,6 +717,18 @@ TEST_F(E2E, OwnerPasswordEnablesTheCommands)
   expectNear(boxes(path("out.pdf"), 2, "owner")[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
 }
 
+TEST_F(E2E, EncryptedDocumentWithWrongPasswordSaysItIsWrong)
+{
+  write("plain.pdf", {page()});
+  std::string why;
+  ASSERT_TRUE(gen::encryptWithQpdf(path("plain.pdf"), path("locked.pdf"), "user", "owner", false, &why))
+      << why;
+  RunResult r = script("open " + path("locked.pdf") + " guess\n");
+  EXPECT_EQ(r.exitCode, 1) << lastRun;
+  EXPECT_TRUE(contains(r.err, "folio: -:1: cannot open")) << lastRun;
+  EXPECT_TRUE(contains(r.err, "is wrong")) << lastRun;
+}
+
 TEST_F(E2E, EncryptedDocumentWithoutPasswordStops)
 {
   write("plain.pdf", {page()});
