@@ -826,3 +826,23 @@ TEST_F(E2E, MissingScriptFile)
   EXPECT_EQ(r.exitCode, 1);
   EXPECT_TRUE(contains(r.err, "folio: cannot read the script " + path("none.txt"))) << lastRun;
 }
+
+TEST_F(E2E, ProgressBarOnATerminal)
+{
+  writeFiveCropped("in.pdf");
+  RunResult r = e2e::runProgram(kFolio, {"--reset-media-box", "all", path("in.pdf"), "-o", path("out.pdf")},
+                                dir.path(), {}, true);
+  ASSERT_EQ(r.exitCode, 0) << r.err;
+  // One redraw a step: the index of the page being worked on, of five.
+  EXPECT_TRUE(contains(r.err, "\r[                                        ] 0/5")) << r.err;
+  EXPECT_TRUE(contains(r.err, "\r[################################        ] 4/5")) << r.err;
+  EXPECT_TRUE(contains(r.err, "\r\033[K")) << r.err; // cleared at the end
+}
+
+TEST_F(E2E, NoProgressBarWithoutATerminal)
+{
+  writeFiveCropped("in.pdf");
+  RunResult r = folio({"--reset-media-box", "all", path("in.pdf"), "-o", path("out.pdf")});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  EXPECT_FALSE(contains(r.err, "0/5")) << lastRun;
+}

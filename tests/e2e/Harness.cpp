@@ -2,6 +2,7 @@
 #include "Harness.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -22,7 +23,7 @@ namespace e2e {
 namespace fs = std::filesystem;
 
 RunResult runProgram(const std::string &program, const std::vector<std::string> &args,
-                     const std::string &configHome, const std::string &input)
+                     const std::string &configHome, const std::string &input, bool stderrTerminal)
 {
   TempDir io;
   const std::string inPath = io.file("stdin"), outPath = io.file("stdout"), errPath = io.file("stderr");
@@ -62,21 +63,54 @@ RunResult runProgram(const std::string &program, const std::vector<std::string> 
   posix_spawn_file_actions_init(&fa);
   posix_spawn_file_actions_addopen(&fa, 0, inPath.c_str(), O_RDONLY, 0);
   posix_spawn_file_actions_addopen(&fa, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  posix_spawn_file_actions_addopen(&fa, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  int master = -1;
+  if (stderrTerminal) {
+    master = posix_openpt(O_RDWR | O_NOCTTY);
+    if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0)
+      throw std::runtime_error("no pseudo terminal");
+    posix_spawn_file_actions_addopen(&fa, 2, ptsname(master), O_WRONLY | O_NOCTTY, 0);
+  } else {
+    posix_spawn_file_actions_addopen(&fa, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  }
   RunResult r;
   pid_t pid = 0;
   int rc = posix_spawn(&pid, program.c_str(), &fa, nullptr, argv.data(), envp.data());
   posix_spawn_file_actions_destroy(&fa);
   if (rc != 0) {
+    if (master >= 0)
+      close(master);
     r.err = "cannot start " + program + ": " + std::strerror(rc);
     return r;
   }
   int status = 0;
-  while (waitpid(pid, &status, 0) < 0) {
+  if (master >= 0) {
+    // Drain the terminal while the program runs (a full terminal would block it).
+    std::string text;
+    char buf[4096];
+    for (bool exited = false;;) {
+      struct pollfd pfd = {master, POLLIN, 0};
+      if (poll(&pfd, 1, 20) > 0 && (pfd.revents & POLLIN)) {
+        ssize_t n = read(master, buf, sizeof buf);
+        if (n > 0) {
+          text.append(buf, size_t(n));
+          continue;
+        }
+      }
+      if (exited)
+        break;
+      exited = waitpid(pid, &status, WNOHANG) == pid;
+      if (!exited)
+        usleep(5000);
+    }
+    close(master);
+    r.err = text;
+  } else {
+    while (waitpid(pid, &status, 0) < 0) {
+    }
+    r.err = readFile(errPath);
   }
   r.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   r.out = readFile(outPath);
-  r.err = readFile(errPath);
   return r;
 }
 

@@ -17,9 +17,11 @@ struct RunResult {
 // Runs `program` with `args`, feeding `input` on standard input, in an
 // environment without DISPLAY (the host starts its own Xvfb), without the
 // user's folio configuration (XDG_CONFIG_HOME is `configHome`) and without
-// FOLIO_* variables.
+// FOLIO_* variables. With `stderrTerminal` its standard error is a pseudo
+// terminal (what a user at a terminal gives it), read into `err`.
 RunResult runProgram(const std::string &program, const std::vector<std::string> &args,
-                     const std::string &configHome, const std::string &input = {});
+                     const std::string &configHome, const std::string &input = {},
+                     bool stderrTerminal = false);
 
 // A temporary folder under /tmp, removed with everything in it on destruction.
 class TempDir {
