@@ -34,7 +34,7 @@ protected:
     return theirs.size();
   }
 
-  static PageSpec spec(Box media, int rotate, Place mediaAt = Place::Page, Place rotateAt = Place::Page)
+  static PageSpec layout(Box media, int rotate, Place mediaAt = Place::Page, Place rotateAt = Place::Page)
   {
     PageSpec s = rectPage(media, {media.x0 + 50, media.y0 + 50, media.x0 + 100, media.y0 + 100});
     s.rotate = rotate;
@@ -48,7 +48,7 @@ TEST_F(ModelBoxes, OwnRotationsMatchQpdf)
 {
   std::vector<PageSpec> pages;
   for (int r : {0, 90, 180, 270})
-    pages.push_back(spec({0, 0, 612, 792}, r));
+    pages.push_back(layout({0, 0, 612, 792}, r));
   EXPECT_EQ(compareWithQpdf(write("rotations.pdf", pages)), 4u);
 }
 
@@ -57,7 +57,7 @@ TEST_F(ModelBoxes, RotationsInheritedThroughIntermediateNodesMatchQpdf)
   std::vector<PageSpec> pages;
   for (int r : {0, 90, 180, 270})
     for (int k = 0; k < 2; ++k)
-      pages.push_back(spec({0, 0, 612, 792}, r, Place::Page, Place::Node));
+      pages.push_back(layout({0, 0, 612, 792}, r, Place::Page, Place::Node));
   std::string p = write("inherited-rotations.pdf", pages);
   EXPECT_EQ(compareWithQpdf(p), 8u);
   auto doc = Document::open(p);
@@ -68,21 +68,21 @@ TEST_F(ModelBoxes, RotationsInheritedThroughIntermediateNodesMatchQpdf)
 
 TEST_F(ModelBoxes, RotationInheritedFromTheRootMatchesQpdf)
 {
-  std::vector<PageSpec> pages(3, spec({0, 0, 612, 792}, 270, Place::Page, Place::Root));
+  std::vector<PageSpec> pages(3, layout({0, 0, 612, 792}, 270, Place::Page, Place::Root));
   EXPECT_EQ(compareWithQpdf(write("root-rotation.pdf", pages)), 3u);
 }
 
 TEST_F(ModelBoxes, MediaBoxInheritedThroughIntermediateNodeMatchesQpdf)
 {
-  std::vector<PageSpec> pages = {spec({0, 0, 595, 842}, 0, Place::Node),
-                                 spec({0, 0, 595, 842}, 90, Place::Node),
-                                 spec({0, 0, 792, 612}, 0, Place::Node)};
+  std::vector<PageSpec> pages = {layout({0, 0, 595, 842}, 0, Place::Node),
+                                 layout({0, 0, 595, 842}, 90, Place::Node),
+                                 layout({0, 0, 792, 612}, 0, Place::Node)};
   EXPECT_EQ(compareWithQpdf(write("inherited-media.pdf", pages)), 3u);
 }
 
 TEST_F(ModelBoxes, MediaAndCropInheritedFromTheRootMatchQpdf)
 {
-  std::vector<PageSpec> pages(2, spec({0, 0, 612, 792}, 0, Place::Root));
+  std::vector<PageSpec> pages(2, layout({0, 0, 612, 792}, 0, Place::Root));
   for (auto &p : pages) {
     p.crop = Box{36, 36, 576, 756};
     p.cropAt = Place::Root;
@@ -97,7 +97,7 @@ TEST_F(ModelBoxes, MediaAndCropInheritedFromTheRootMatchQpdf)
 
 TEST_F(ModelBoxes, CropBoxInheritedThroughIntermediateNodeMatchesQpdf)
 {
-  PageSpec s = spec({0, 0, 612, 792}, 90);
+  PageSpec s = layout({0, 0, 612, 792}, 90);
   s.crop = Box{10.5, 20.25, 600.75, 780};
   s.cropAt = Place::Node;
   EXPECT_EQ(compareWithQpdf(write("inherited-crop.pdf", {s, s})), 2u);
@@ -105,13 +105,13 @@ TEST_F(ModelBoxes, CropBoxInheritedThroughIntermediateNodeMatchesQpdf)
 
 TEST_F(ModelBoxes, MediaBoxOffTheOriginMatchesQpdf)
 {
-  std::vector<PageSpec> pages = {spec({100, 200, 712, 992}, 0), spec({100, 200, 712, 992}, 90)};
+  std::vector<PageSpec> pages = {layout({100, 200, 712, 992}, 0), layout({100, 200, 712, 992}, 90)};
   EXPECT_EQ(compareWithQpdf(write("off-origin.pdf", pages)), 2u);
 }
 
 TEST_F(ModelBoxes, NegativeMediaBoxMatchesQpdf)
 {
-  std::vector<PageSpec> pages = {spec({-300, -400, 312, 392}, 0), spec({-300, -400, 312, 392}, 270)};
+  std::vector<PageSpec> pages = {layout({-300, -400, 312, 392}, 0), layout({-300, -400, 312, 392}, 270)};
   std::string p = write("negative.pdf", pages);
   EXPECT_EQ(compareWithQpdf(p), 2u);
   auto doc = Document::open(p);
@@ -123,12 +123,12 @@ TEST_F(ModelBoxes, NegativeMediaBoxMatchesQpdf)
 
 TEST_F(ModelBoxes, LandscapeMediaBoxMatchesQpdf)
 {
-  EXPECT_EQ(compareWithQpdf(write("landscape.pdf", {spec({0, 0, 792, 612}, 0)})), 1u);
+  EXPECT_EQ(compareWithQpdf(write("landscape.pdf", {layout({0, 0, 792, 612}, 0)})), 1u);
 }
 
 TEST_F(ModelBoxes, FractionalBoxesMatchQpdf)
 {
-  PageSpec s = spec({0.5, 0.25, 611.75, 791.5}, 0);
+  PageSpec s = layout({0.5, 0.25, 611.75, 791.5}, 0);
   s.crop = Box{12.0625, 13.125, 500.5, 600.875};
   EXPECT_EQ(compareWithQpdf(write("fractions.pdf", {s})), 1u);
 }

@@ -69,7 +69,7 @@ Box boxOf(const char *arg, const char *opt)
 
 int main(int argc, char **argv)
 {
-  PageSpec spec;
+  PageSpec layout;
   int pages = 1;
   bool mixed = false;
   uint32_t seed = 1;
@@ -95,37 +95,37 @@ int main(int argc, char **argv)
       if (i + 1 < argc && argv[i + 1][0] >= '0' && argv[i + 1][0] <= '9')
         seed = static_cast<uint32_t>(std::strtoul(argv[++i], nullptr, 10));
     } else if (a == "--media") {
-      spec.media = boxOf(next(), "--media");
+      layout.media = boxOf(next(), "--media");
     } else if (a == "--crop") {
-      spec.crop = boxOf(next(), "--crop");
+      layout.crop = boxOf(next(), "--crop");
     } else if (a == "--rotate") {
-      spec.rotate = std::atoi(next());
+      layout.rotate = std::atoi(next());
     } else if (a == "--inherit" || a == "--inherit-root") {
       Place where = a == "--inherit" ? Place::Node : Place::Root;
       std::string what = next();
       if (what.find("media") != std::string::npos)
-        spec.mediaAt = where;
+        layout.mediaAt = where;
       if (what.find("crop") != std::string::npos)
-        spec.cropAt = where;
+        layout.cropAt = where;
       if (what.find("rotate") != std::string::npos)
-        spec.rotateAt = where;
+        layout.rotateAt = where;
     } else if (a == "--rect") {
-      spec.marks.push_back(Mark::fillRect(boxOf(next(), "--rect")));
+      layout.marks.push_back(Mark::fillRect(boxOf(next(), "--rect")));
     } else if (a == "--white") {
-      spec.marks.push_back(Mark::fillRect(boxOf(next(), "--white"), 1));
+      layout.marks.push_back(Mark::fillRect(boxOf(next(), "--white"), 1));
     } else if (a == "--frame") {
       auto v = numbers(next(), 5, "--frame");
-      spec.marks.push_back(Mark::strokeRect({v[0], v[1], v[2], v[3]}, v[4]));
+      layout.marks.push_back(Mark::strokeRect({v[0], v[1], v[2], v[3]}, v[4]));
     } else if (a == "--line") {
       auto v = numbers(next(), 6, "--line");
-      spec.marks.push_back(
+      layout.marks.push_back(
           Mark::line(v[0], v[1], v[2], v[3], v[4], static_cast<Cap>(static_cast<int>(v[5]) % 3)));
     } else if (a == "--curve") {
       auto v = numbers(next(), 9, "--curve");
-      spec.marks.push_back(Mark::curve(v.data(), v[8]));
+      layout.marks.push_back(Mark::curve(v.data(), v[8]));
     } else if (a == "--ellipse") {
       auto v = numbers(next(), 4, "--ellipse");
-      spec.marks.push_back(Mark::ellipse(v[0], v[1], v[2], v[3]));
+      layout.marks.push_back(Mark::ellipse(v[0], v[1], v[2], v[3]));
     } else if (a == "--text") {
       std::string t = next();
       size_t c1 = t.find(','), c2 = t.find(',', c1 + 1), c3 = t.find(',', c2 + 1);
@@ -135,9 +135,9 @@ int main(int argc, char **argv)
       for (char c : words)
         if (!helveticaGlyph(c))
           fail("--text offers only the letters E F H I L T and spaces");
-      spec.marks.push_back(Mark::textAt(std::atof(t.substr(0, c1).c_str()),
-                                        std::atof(t.substr(c1 + 1).c_str()),
-                                        std::atof(t.substr(c2 + 1).c_str()), words));
+      layout.marks.push_back(Mark::textAt(std::atof(t.substr(0, c1).c_str()),
+                                          std::atof(t.substr(c1 + 1).c_str()),
+                                          std::atof(t.substr(c2 + 1).c_str()), words));
     } else if (a == "--ink") {
       inkFile = next();
     } else if (a == "--encrypt" || a == "--encrypt-modify") {
@@ -171,7 +171,7 @@ int main(int argc, char **argv)
   try {
     Writer w(target);
     for (int i = 0; i < pages; ++i) {
-      PageInk pi = w.addPage(mixed ? mixedPage(i, seed) : spec);
+      PageInk pi = w.addPage(mixed ? mixedPage(i, seed) : layout);
       if (ink) {
         if (pi.blank)
           std::fprintf(ink, "%d blank\n", i);

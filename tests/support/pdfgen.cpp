@@ -336,10 +336,10 @@ bool isInk(const Mark &m)
   return !markExtent(m).empty() || m.kind == Mark::Line;
 }
 
-PageInk pageInk(const PageSpec &spec)
+PageInk pageInk(const PageSpec &layout)
 {
   PageInk ink;
-  for (const Mark &m : spec.marks) {
+  for (const Mark &m : layout.marks) {
     if (!isInk(m))
       continue;
     Box e = markExtent(m);
@@ -440,7 +440,7 @@ void Writer::closeNode()
   nodeAttrs_.clear();
 }
 
-PageInk Writer::addPage(const PageSpec &spec)
+PageInk Writer::addPage(const PageSpec &layout)
 {
   if (finished_)
     throw std::runtime_error("pdfgen: addPage after finish");
@@ -451,29 +451,29 @@ PageInk Writer::addPage(const PageSpec &spec)
     else if (where == Place::Node)
       nodeAttrs += attr;
   };
-  place(spec.mediaAt, "/MediaBox " + boxArray(spec.media) + " ");
-  if (spec.crop)
-    place(spec.cropAt, "/CropBox " + boxArray(*spec.crop) + " ");
-  if (spec.rotate != 0 || spec.writeRotate || spec.rotateAt != Place::Page)
-    place(spec.rotateAt, "/Rotate " + std::to_string(spec.rotate) + " ");
+  place(layout.mediaAt, "/MediaBox " + boxArray(layout.media) + " ");
+  if (layout.crop)
+    place(layout.cropAt, "/CropBox " + boxArray(*layout.crop) + " ");
+  if (layout.rotate != 0 || layout.writeRotate || layout.rotateAt != Place::Page)
+    place(layout.rotateAt, "/Rotate " + std::to_string(layout.rotate) + " ");
 
   // Root attributes: fixed by the first page that places them there.
-  if (spec.mediaAt == Place::Root) {
-    if (rootMediaSet_ && !(rootMedia_ == spec.media))
+  if (layout.mediaAt == Place::Root) {
+    if (rootMediaSet_ && !(rootMedia_ == layout.media))
       throw std::runtime_error("pdfgen: pages disagree on the root media box");
-    rootMedia_ = spec.media;
+    rootMedia_ = layout.media;
     rootMediaSet_ = true;
   }
-  if (spec.crop && spec.cropAt == Place::Root) {
-    if (rootCropSet_ && !(rootCrop_ == *spec.crop))
+  if (layout.crop && layout.cropAt == Place::Root) {
+    if (rootCropSet_ && !(rootCrop_ == *layout.crop))
       throw std::runtime_error("pdfgen: pages disagree on the root crop box");
-    rootCrop_ = *spec.crop;
+    rootCrop_ = *layout.crop;
     rootCropSet_ = true;
   }
-  if (spec.rotateAt == Place::Root) {
-    if (rootRotateSet_ && rootRotate_ != spec.rotate)
+  if (layout.rotateAt == Place::Root) {
+    if (rootRotateSet_ && rootRotate_ != layout.rotate)
       throw std::runtime_error("pdfgen: pages disagree on the root rotation");
-    rootRotate_ = spec.rotate;
+    rootRotate_ = layout.rotate;
     rootRotateSet_ = true;
   }
 
@@ -493,7 +493,7 @@ PageInk Writer::addPage(const PageSpec &spec)
   }
 
   std::string content;
-  for (const Mark &m : spec.marks)
+  for (const Mark &m : layout.marks)
     content += contentOf(m);
   int contents = newObject();
   beginObject(contents);
@@ -507,7 +507,7 @@ PageInk Writer::addPage(const PageSpec &spec)
   else
     nodeKids_.push_back(page);
   ++pages_;
-  return pageInk(spec);
+  return pageInk(layout);
 }
 
 void Writer::finish()

@@ -93,7 +93,7 @@ struct PageInk {
   std::optional<Box> within(const Box &b) const;
 };
 
-PageInk pageInk(const PageSpec &spec);
+PageInk pageInk(const PageSpec &layout);
 
 // Widths and glyph extents of Helvetica for the letters that Text marks may
 // use, in 1/1000 of the text size.
@@ -113,7 +113,7 @@ public:
   // a node share the node with the previous page when the node values agree
   // (at most 32 pages a node); values placed on the root must agree for all
   // pages that place them there (std::runtime_error otherwise).
-  PageInk addPage(const PageSpec &spec);
+  PageInk addPage(const PageSpec &layout);
   int pageCount() const { return pages_; }
 
   // Writes the page tree, xref and trailer and closes the file.
