@@ -362,16 +362,17 @@ bool XResWatch::countsOf(pid_t pid, ResourceCounts &counts)
   if (!display_)
     return false;
   Display *d = static_cast<Display *>(display_);
-  XResClientIdSpec spec{0, XRES_CLIENT_ID_PID_MASK};
+  XResClientIdSpec wanted{0, XRES_CLIENT_ID_PID_MASK};
   long numIds = 0;
   XResClientIdValue *ids = nullptr;
-  if (XResQueryClientIds(d, 1, &spec, &numIds, &ids) != Success)
+  if (XResQueryClientIds(d, 1, &wanted, &numIds, &ids) != Success)
     return false;
   XID base = 0;
   bool found = false;
   for (long i = 0; i < numIds; ++i) {
     if (XResGetClientIdType(&ids[i]) == XRES_CLIENT_ID_PID && XResGetClientPid(&ids[i]) == pid) {
-      base = ids[i].spec.client;
+      // The client's id is the first member of the value.
+      base = reinterpret_cast<const XResClientIdSpec *>(&ids[i])->client;
       found = true;
       break;
     }
