@@ -29,8 +29,7 @@ typedef void *(*UnixAppGetShellWidgetSELPROTO)(void);
 extern HFT gUnixHFT;
 extern FSUns32 gUnixVersion;
 
-#define UnixAppGetShellWidget                                                                             \
-  (*((UnixAppGetShellWidgetSELPROTO)(gUnixHFT[UnixAppGetShellWidgetSEL])))
+#define UnixAppGetShellWidget (*((UnixAppGetShellWidgetSELPROTO)(gUnixHFT[UnixAppGetShellWidgetSEL])))
 #endif /* FOLIO_HOST_SIDE */
 
 #ifdef __cplusplus

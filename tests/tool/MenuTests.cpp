@@ -337,10 +337,10 @@ TEST_F(ToolMenus, WithoutExtensionsNothingIsBuilt)
   gShowMediaBoxOn() = 1; // to see that the flags are not written
   gCropRegion() = 1;
   ASSERT_EQ(init(), 1);
-  EXPECT_EQ(menuLog(),
-            (Texts{"FVAppGetMenubar()", "UnixAppGetShellWidget()",
-                   "FVMenubarAcquireMenuByName(menubar, \"Tools\")",
-                   "FVMenubarAcquireMenuByName(menubar, \"Extensions\")", "FVMenuRelease(menu:Tools)"}))
+  EXPECT_EQ(
+      menuLog(),
+      (Texts{"FVAppGetMenubar()", "UnixAppGetShellWidget()", "FVMenubarAcquireMenuByName(menubar, \"Tools\")",
+             "FVMenubarAcquireMenuByName(menubar, \"Extensions\")", "FVMenuRelease(menu:Tools)"}))
       << dump();
   EXPECT_EQ(h.log.count("FVMenuNew"), 0u);
   EXPECT_EQ(h.log.count("FVMenuItemNew"), 0u);
