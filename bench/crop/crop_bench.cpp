@@ -4,12 +4,12 @@
 // memory of every child; asserts nothing.
 //
 //   crop_bench [PAGES] [WORKDIR]      (defaults: 10000, a fresh folder in /tmp)
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -26,10 +26,10 @@ extern char **environ;
 namespace {
 
 struct Figures {
-  double wall = 0;   // seconds
-  double cpu = 0;    // user + system seconds
-  long peakKb = 0;   // maximum resident set size
-  int status = -1;   // exit status
+  double wall = 0; // seconds
+  double cpu = 0;  // user + system seconds
+  long peakKb = 0; // maximum resident set size
+  int status = -1; // exit status
 };
 
 // Runs a program with its output discarded; measures it with wait4.
@@ -55,7 +55,8 @@ Figures measure(const std::vector<std::string> &args)
   struct rusage ru {};
   wait4(pid, &status, 0, &ru);
   f.wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
-  f.cpu = double(ru.ru_utime.tv_sec + ru.ru_stime.tv_sec) + double(ru.ru_utime.tv_usec + ru.ru_stime.tv_usec) / 1e6;
+  f.cpu = double(ru.ru_utime.tv_sec + ru.ru_stime.tv_sec) +
+          double(ru.ru_utime.tv_usec + ru.ru_stime.tv_usec) / 1e6;
   f.peakKb = ru.ru_maxrss;
   f.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   return f;
@@ -63,8 +64,8 @@ Figures measure(const std::vector<std::string> &args)
 
 void print(const char *what, const Figures &f, const Figures *baseline)
 {
-  std::printf("%-34s wall %7.2f s  cpu %7.2f s  peak %7.1f MB  exit %d", what, f.wall, f.cpu, f.peakKb / 1024.0,
-              f.status);
+  std::printf("%-34s wall %7.2f s  cpu %7.2f s  peak %7.1f MB  exit %d", what, f.wall, f.cpu,
+              f.peakKb / 1024.0, f.status);
   if (baseline && baseline->wall > 0)
     std::printf("  (%.2fx the rewrite)", f.wall / baseline->wall);
   std::printf("\n");
