@@ -15,7 +15,7 @@
 namespace folio::app {
 
 #ifdef FOLIO_HAVE_VIEWER
-int runViewer(Session &session, const std::string &file);
+int runViewer(Session &session, const batch::Options &options);
 std::vector<std::string> viewerFallbackResources();
 #endif
 
@@ -95,7 +95,7 @@ int Job::run()
     so.fallbackResources = viewerFallbackResources();
     try {
       Session session(so);
-      return runViewer(session, o.file);
+      return runViewer(session, o);
     } catch (const std::exception &e) {
       std::cerr << "folio: " << e.what() << std::endl;
       return kExitRunFailed;

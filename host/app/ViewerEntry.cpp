@@ -3,6 +3,7 @@
 // The viewer is built (and its ports installed) before the plug-ins load, so
 // that a plug-in's start-up note appears in the viewer's own dialog.
 #include "Session.h"
+#include "batch/CommandLine.h"
 
 #include "motif/MotifViewer.h"
 
@@ -12,13 +13,19 @@
 
 namespace folio::app {
 
-int runViewer(Session &session, const std::string &file)
+int runViewer(Session &session, const batch::Options &options)
 {
-  motif::Viewer viewer(session.app(), session.x(), motif::ViewerOptions::fromEnvironment());
+  // The environment's settings first; the command line's --redraw-stats wins.
+  motif::ViewerOptions viewerOptions = motif::ViewerOptions::fromEnvironment();
+  if (options.redrawStats) {
+    viewerOptions.redrawStats = true;
+    viewerOptions.statsPath = options.redrawStatsPath;
+  }
+  motif::Viewer viewer(session.app(), session.x(), viewerOptions);
   session.loadPlugins(std::cerr);
   std::vector<std::string> files;
-  if (!file.empty())
-    files.push_back(file);
+  if (!options.file.empty())
+    files.push_back(options.file);
   return viewer.run(files);
 }
 

@@ -73,6 +73,8 @@ std::string usageText()
          "  --run \"LINES\"       run actions given inline, separated by ';'\n"
          "  --read-only         run the read-only edition (documents cannot be edited)\n"
          "  --plugins DIR       also load the plug-ins in DIR (may be repeated)\n"
+         "  --redraw-stats[=FILE]  viewer: print redraw and page-change times at exit\n"
+         "                      (median, 95th percentile) to standard error or FILE\n"
          "  -h, --help          show this help\n"
          "\n"
          "Shortcuts (each generates a script and runs it in batch mode):\n"
@@ -130,6 +132,13 @@ bool parseCommandLine(int argc, const char *const *argv, Options &options, std::
         return false;
       o.mode = Mode::Run;
       ++frontEnds;
+    } else if (a == "--redraw-stats" || a.rfind("--redraw-stats=", 0) == 0) {
+      o.redrawStats = true;
+      if (a.size() > 14) {
+        o.redrawStatsPath = a.substr(15);
+        if (o.redrawStatsPath.empty())
+          return fail(error, "--redraw-stats= needs a file name");
+      }
     } else if (a == "--read-only") {
       o.readOnly = true;
     } else if (a == "--plugins") {
@@ -216,6 +225,9 @@ bool parseCommandLine(int argc, const char *const *argv, Options &options, std::
     return fail(error, "--pages goes with --crop-region (the other shortcuts name their pages)");
   if (!o.orientation.empty() && o.shortcut != Shortcut::CropRegion)
     return fail(error, "--orientation goes with --crop-region");
+
+  if (o.redrawStats && o.mode != Mode::Interactive)
+    return fail(error, "--redraw-stats goes with the interactive viewer");
 
   switch (o.mode) {
   case Mode::Interactive:

@@ -1,7 +1,8 @@
 // CommandLine.h: the folio program's command line, and the scripts that its
 // shortcut flags stand for.
 //
-//   folio [--read-only] [--plugins DIR] [FILE.pdf]        the interactive viewer
+//   folio [--read-only] [--plugins DIR] [--redraw-stats[=FILE]] [FILE.pdf]
+//                                                          the interactive viewer
 //   folio [...] --batch SCRIPT|-                           run a script (- = stdin)
 //   folio [...] --run "LINE; LINE"                        run a one-line script
 //   folio [...] --crop-bbox each|biggest|current IN.pdf -o OUT.pdf
@@ -26,6 +27,8 @@ struct Options {
   bool readOnly = false;               // --read-only: the edition that cannot edit
   std::vector<std::string> pluginDirs; // --plugins DIR, in the order given
   std::string file;                    // interactive: document to open (may be empty)
+  bool redrawStats = false;            // --redraw-stats[=FILE]: print redraw times at exit
+  std::string redrawStatsPath;         // ... to FILE; empty: to standard error
   std::string scriptPath;              // --batch: path, or "-" for standard input
   std::string runList;                 // --run: "LINE; LINE"
 

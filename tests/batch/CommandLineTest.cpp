@@ -265,3 +265,25 @@ TEST(BatchShortcut, GeneratedScriptsParse)
     EXPECT_EQ(s.steps.back().op, Op::Save);
   }
 }
+
+TEST(BatchCommandLine, RedrawStatsToStandardErrorOrAFile)
+{
+  Options plain = ok({"--redraw-stats", "doc.pdf"});
+  EXPECT_EQ(plain.mode, Mode::Interactive);
+  EXPECT_TRUE(plain.redrawStats);
+  EXPECT_EQ(plain.redrawStatsPath, "");
+  EXPECT_EQ(plain.file, "doc.pdf");
+
+  Options toFile = ok({"--redraw-stats=/tmp/stats.txt"});
+  EXPECT_TRUE(toFile.redrawStats);
+  EXPECT_EQ(toFile.redrawStatsPath, "/tmp/stats.txt");
+
+  EXPECT_FALSE(ok({}).redrawStats);
+}
+
+TEST(BatchCommandLine, RedrawStatsRefusedOutsideTheViewer)
+{
+  EXPECT_EQ(bad({"--redraw-stats", "--run", "show-boxes"}),
+            "--redraw-stats goes with the interactive viewer");
+  EXPECT_EQ(bad({"--redraw-stats="}), "--redraw-stats= needs a file name");
+}

@@ -2,7 +2,7 @@
 # Measures the viewer's redraw and page-change times under a private Xvfb:
 # a letter page at 100% with the media-box outline and a crop region drawn,
 # scrolled up and down (redraws of a cached page raster), then paged through.
-# The viewer prints its own figures at exit (FOLIO_REDRAW_STATS).
+# The viewer prints its own figures at exit (--redraw-stats=FILE).
 #
 #   tests/gui/measure-redraw.sh BUILD_DIR [ROUNDS]
 set -euo pipefail
@@ -20,7 +20,7 @@ xvfb=$!
 read -r -u "$fd" number
 export DISPLAY=":$number"
 
-FOLIO_VIEWER_SIZE=760x880 FOLIO_REDRAW_STATS="$work/stats.txt" "$build/bin/folio" "$work/letter.pdf" >"$work/folio.log" 2>&1 &
+FOLIO_VIEWER_SIZE=760x880 "$build/bin/folio" --redraw-stats="$work/stats.txt" "$work/letter.pdf" >"$work/folio.log" 2>&1 &
 folio=$!
 view=$(xdotool search --sync --onlyvisible --name '^page view$' | head -1)
 xdotool mousemove --window "$view" 300 300 key ctrl+9
