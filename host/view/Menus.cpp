@@ -5,8 +5,6 @@
 #include <unordered_set>
 
 #include "Ports.h"
-#include "core/Callback.h"
-#include "core/ExceptionFrames.h"
 
 namespace folio::view {
 
@@ -59,37 +57,6 @@ char titleMnemonic(const std::string &title)
 }
 
 // ---- procedures -------------------------------------------------------------
-
-// Extensions' procedures run inside a host exception frame: a raise in one
-// ends only that call (a query then answers its default).
-static bool askBool(const ProcBinding &binding, const std::function<bool()> &host, bool absent)
-{
-  if (host)
-    return host();
-  auto fn = callbackProc<FVComputeEnabledProc>(binding.proc);
-  if (!fn)
-    return absent;
-  bool answer = absent;
-  void *data = binding.data;
-  auto call = [&] { answer = fn(data) != 0; };
-  if (!callGuarded(call))
-    return absent;
-  return answer;
-}
-
-static void runExecute(const ProcBinding &binding, const std::function<void()> &host)
-{
-  if (host) {
-    host();
-    return;
-  }
-  auto fn = callbackProc<FVExecuteProc>(binding.proc);
-  if (!fn)
-    return;
-  void *data = binding.data;
-  auto call = [&] { fn(data); };
-  callGuarded(call);
-}
 
 // ---- every live object, for the teardown at exit --------------------------------
 
@@ -179,41 +146,13 @@ void MenuItem::removeFromMenu()
     parent_->remove(this);
 }
 
-void MenuItem::setExecuteProc(FSCallback proc, void *data)
-{
-  execute_ = {proc, data};
-  hostExecute_ = nullptr;
-}
-void MenuItem::setComputeEnabledProc(FSCallback proc, void *data)
-{
-  enabled_ = {proc, data};
-  hostEnabled_ = nullptr;
-}
-void MenuItem::setComputeMarkedProc(FSCallback proc, void *data)
-{
-  marked_ = {proc, data};
-  hostMarked_ = nullptr;
-}
-void MenuItem::setHostExecute(std::function<void()> fn)
-{
-  hostExecute_ = std::move(fn);
-}
-void MenuItem::setHostEnabled(std::function<bool()> fn)
-{
-  hostEnabled_ = std::move(fn);
-}
-void MenuItem::setHostMarked(std::function<bool()> fn)
-{
-  hostMarked_ = std::move(fn);
-}
-
 bool MenuItem::isEnabled() const
 {
-  return askBool(enabled_, hostEnabled_, true);
+  return procs_.isEnabled();
 }
 bool MenuItem::isMarked() const
 {
-  return askBool(marked_, hostMarked_, false);
+  return procs_.isMarked();
 }
 
 void MenuItem::execute()
@@ -221,7 +160,7 @@ void MenuItem::execute()
   // The procedure may remove this item from its menu (a command that swaps
   // itself for another); hold it for the length of the call.
   acquire();
-  runExecute(execute_, hostExecute_);
+  procs_.execute();
   release();
 }
 

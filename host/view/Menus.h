@@ -37,6 +37,7 @@
 #include <string>
 #include <vector>
 
+#include "CommandProcs.h"
 #include "folio/FolioTypes.h"
 
 namespace folio::view {
@@ -46,12 +47,6 @@ class MenuBar;
 
 // Index meaning "at the end" (FVMenuAppendIndex).
 constexpr FSInt32 kAppendIndex = 9999;
-
-// An extension's procedure: a callback and its client data.
-struct ProcBinding {
-  FSCallback proc = nullptr;
-  void *data = nullptr;
-};
 
 // The shortcut as a user reads it: "Ctrl+9", "Ctrl+Shift+S", "F" (flags 0);
 // "" when `shortcut` is 0. Modifiers in the order Ctrl, Alt, Shift.
@@ -92,16 +87,16 @@ public:
   // reference is dropped: the item may be freed here if nobody else holds it.
   void removeFromMenu();
 
-  void setExecuteProc(FSCallback proc, void *data);
-  void setComputeEnabledProc(FSCallback proc, void *data);
-  void setComputeMarkedProc(FSCallback proc, void *data);
-  // The host's own procedures; they take the place of an extension's.
-  void setHostExecute(std::function<void()> fn);
-  void setHostEnabled(std::function<bool()> fn);
-  void setHostMarked(std::function<bool()> fn);
-  const ProcBinding &executeProc() const { return execute_; }
-  const ProcBinding &enabledProc() const { return enabled_; }
-  const ProcBinding &markedProc() const { return marked_; }
+  // The item's procedures (see CommandProcs.h).
+  void setExecuteProc(FSCallback proc, void *data) { procs_.setExecuteProc(proc, data); }
+  void setComputeEnabledProc(FSCallback proc, void *data) { procs_.setComputeEnabledProc(proc, data); }
+  void setComputeMarkedProc(FSCallback proc, void *data) { procs_.setComputeMarkedProc(proc, data); }
+  void setHostExecute(std::function<void()> fn) { procs_.setHostExecute(std::move(fn)); }
+  void setHostEnabled(std::function<bool()> fn) { procs_.setHostEnabled(std::move(fn)); }
+  void setHostMarked(std::function<bool()> fn) { procs_.setHostMarked(std::move(fn)); }
+  const ProcBinding &executeProc() const { return procs_.executeProc(); }
+  const ProcBinding &enabledProc() const { return procs_.enabledProc(); }
+  const ProcBinding &markedProc() const { return procs_.markedProc(); }
 
   // Asks the procedures (true when there is none / false when there is none).
   bool isEnabled() const;
@@ -127,9 +122,7 @@ private:
   ExtensionID owner_ = nullptr;
   Menu *parent_ = nullptr;
   int refs_ = 1;
-  ProcBinding execute_, enabled_, marked_;
-  std::function<void()> hostExecute_;
-  std::function<bool()> hostEnabled_, hostMarked_;
+  CommandProcs procs_;
 };
 
 class Menu {

@@ -4,24 +4,8 @@
 #include <algorithm>
 
 #include "core/Atoms.h"
-#include "core/Callback.h"
-#include "core/ExceptionFrames.h"
 
 namespace folio::view {
-
-// Extensions' procedures run inside a host exception frame (see Menus.cpp).
-static bool askBool(const ProcBinding &binding, const std::function<bool()> &host, bool absent)
-{
-  if (host)
-    return host();
-  auto fn = callbackProc<FVComputeEnabledProc>(binding.proc);
-  if (!fn)
-    return absent;
-  bool answer = absent;
-  void *data = binding.data;
-  auto call = [&] { answer = fn(data) != 0; };
-  return callGuarded(call) ? answer : absent;
-}
 
 ToolButton *ToolButton::create(FSAtom name, FVIcon icon, bool isSeparator, bool noFlyout)
 {
@@ -35,60 +19,23 @@ ToolButton *ToolButton::create(FSAtom name, FVIcon icon, bool isSeparator, bool 
   return button;
 }
 
-void ToolButton::setExecuteProc(FSCallback proc, void *data)
-{
-  execute_ = {proc, data};
-  hostExecute_ = nullptr;
-}
-void ToolButton::setComputeEnabledProc(FSCallback proc, void *data)
-{
-  enabled_ = {proc, data};
-  hostEnabled_ = nullptr;
-}
-void ToolButton::setComputeMarkedProc(FSCallback proc, void *data)
-{
-  marked_ = {proc, data};
-  hostMarked_ = nullptr;
-}
-void ToolButton::setHostExecute(std::function<void()> fn)
-{
-  hostExecute_ = std::move(fn);
-}
-void ToolButton::setHostEnabled(std::function<bool()> fn)
-{
-  hostEnabled_ = std::move(fn);
-}
-void ToolButton::setHostMarked(std::function<bool()> fn)
-{
-  hostMarked_ = std::move(fn);
-}
-
 bool ToolButton::isEnabled() const
 {
   if (separator_)
     return false;
-  return askBool(enabled_, hostEnabled_, true);
+  return procs_.isEnabled();
 }
 
 bool ToolButton::isMarked() const
 {
   if (separator_)
     return false;
-  return askBool(marked_, hostMarked_, false);
+  return procs_.isMarked();
 }
 
 void ToolButton::execute()
 {
-  if (hostExecute_) {
-    hostExecute_();
-    return;
-  }
-  auto fn = callbackProc<FVExecuteProc>(execute_.proc);
-  if (!fn)
-    return;
-  void *data = execute_.data;
-  auto call = [&] { fn(data); };
-  callGuarded(call);
+  procs_.execute();
 }
 
 bool ToolButton::runAsUser()

@@ -42,15 +42,16 @@ public:
   void setHelpText(const std::string &text) { help_ = text; }
   ToolBar *toolBar() const { return bar_; }
 
-  void setExecuteProc(FSCallback proc, void *data);
-  void setComputeEnabledProc(FSCallback proc, void *data);
-  void setComputeMarkedProc(FSCallback proc, void *data);
-  void setHostExecute(std::function<void()> fn);
-  void setHostEnabled(std::function<bool()> fn);
-  void setHostMarked(std::function<bool()> fn);
-  const ProcBinding &executeProc() const { return execute_; }
-  const ProcBinding &enabledProc() const { return enabled_; }
-  const ProcBinding &markedProc() const { return marked_; }
+  // The button's procedures (see CommandProcs.h).
+  void setExecuteProc(FSCallback proc, void *data) { procs_.setExecuteProc(proc, data); }
+  void setComputeEnabledProc(FSCallback proc, void *data) { procs_.setComputeEnabledProc(proc, data); }
+  void setComputeMarkedProc(FSCallback proc, void *data) { procs_.setComputeMarkedProc(proc, data); }
+  void setHostExecute(std::function<void()> fn) { procs_.setHostExecute(std::move(fn)); }
+  void setHostEnabled(std::function<bool()> fn) { procs_.setHostEnabled(std::move(fn)); }
+  void setHostMarked(std::function<bool()> fn) { procs_.setHostMarked(std::move(fn)); }
+  const ProcBinding &executeProc() const { return procs_.executeProc(); }
+  const ProcBinding &enabledProc() const { return procs_.enabledProc(); }
+  const ProcBinding &markedProc() const { return procs_.markedProc(); }
 
   // As for menu items: no enabled procedure: enabled; no marked one: not
   // marked. A separator is never enabled.
@@ -69,9 +70,7 @@ private:
   bool separator_ = false, noFlyout_ = false;
   std::string help_;
   ToolBar *bar_ = nullptr;
-  ProcBinding execute_, enabled_, marked_;
-  std::function<void()> hostExecute_;
-  std::function<bool()> hostEnabled_, hostMarked_;
+  CommandProcs procs_;
 };
 
 class ToolBar {
