@@ -4,12 +4,14 @@
 # (AddressSanitizer + UndefinedBehaviorSanitizer, preset "asan": every test but
 # those labelled no-asan). FOLIO_SANITIZER_SUITE=0 skips the sanitizer suite.
 # Both suites run even when the first one fails; the exit code is non-zero
-# when either failed.
+# when either failed. The formatting of the sources is checked first
+# (scripts/check-format.sh); an unformatted file fails the run too.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup-deps.sh
-bash scripts/build.sh default
 status=0
+bash scripts/check-format.sh || status=1
+bash scripts/build.sh default
 ctest --preset default || status=1
 if [ "${FOLIO_SANITIZER_SUITE:-1}" = 1 ]; then
   start=$(date +%s)

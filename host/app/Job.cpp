@@ -8,16 +8,12 @@
 #include <sstream>
 
 #include "Session.h"
+#include "ViewerEntry.h"
 #include "batch/CommandLine.h"
 #include "batch/Runner.h"
 #include "batch/Script.h"
 
 namespace folio::app {
-
-#ifdef FOLIO_HAVE_VIEWER
-int runViewer(Session &session, const batch::Options &options);
-std::vector<std::string> viewerFallbackResources();
-#endif
 
 namespace {
 
@@ -88,7 +84,6 @@ int Job::run()
     std::cout << batch::usageText();
     return kExitOk;
   case batch::Mode::Interactive: {
-#ifdef FOLIO_HAVE_VIEWER
     SessionOptions so;
     so.readOnly = o.readOnly;
     so.pluginDirs = o.pluginDirs;
@@ -100,12 +95,6 @@ int Job::run()
       std::cerr << "folio: " << e.what() << std::endl;
       return kExitRunFailed;
     }
-#else
-    std::cerr << "folio: the interactive viewer is not available in this build; use --batch, --run or a "
-                 "shortcut (see folio --help)"
-              << std::endl;
-    return kExitRunFailed;
-#endif
   }
   case batch::Mode::Batch:
     name = o.scriptPath;

@@ -1,10 +1,8 @@
 # The "FolioView" and "Unix" tables: thin adapters into host/view and
 # host/platform (library folio_view_tables).
-if(TARGET folio_view AND TARGET folio_platform)
-  add_library(folio_view_tables SHARED
-    ${CMAKE_CURRENT_LIST_DIR}/FolioViewTable.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/UnixTable.cpp)
-  target_include_directories(folio_view_tables PUBLIC ${CMAKE_CURRENT_LIST_DIR})
-  target_link_libraries(folio_view_tables PUBLIC folio_view folio_platform)
-  target_link_options(folio_view_tables PRIVATE -Wl,-z,defs)
-endif()
+add_library(folio_view_tables SHARED
+  ${CMAKE_CURRENT_LIST_DIR}/FolioViewTable.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/UnixTable.cpp)
+target_include_directories(folio_view_tables PUBLIC ${CMAKE_CURRENT_LIST_DIR})
+target_link_libraries(folio_view_tables PUBLIC folio_view folio_platform)
+target_link_options(folio_view_tables PRIVATE -Wl,-z,defs)
