@@ -26,21 +26,29 @@ class PageView;
 
 // The modifier word of FVSysGetModifiers: one bit per key held, nothing else.
 // So Ctrl alone gives exactly 4 and Ctrl with Shift gives 5.
-enum ModifierBits : FSInt32 { kModShift = 1, kModAlt = 2, kModCtrl = 4 };
+enum ModifierBits : FSInt32 {
+  kModShift = fvModifierShift,
+  kModAlt = fvModifierAlt,
+  kModCtrl = fvModifierCtrl
+};
 
 // Shortcut modifier flags of FVMenuItemNew: 8 is Ctrl, 1 Shift, 2 Alt; any
 // other bits are ignored. Flags 0 with a shortcut character mean the plain key.
 // So '9' with flags 8 is Ctrl+9 (see shortcutLabel() in Menus.h).
-enum ShortcutFlags : FSInt16 { kShortcutShift = 1, kShortcutAlt = 2, kShortcutCtrl = 8 };
+enum ShortcutFlags : FSInt16 {
+  kShortcutShift = fvShortcutShift,
+  kShortcutAlt = fvShortcutAlt,
+  kShortcutCtrl = fvShortcutCtrl
+};
 
 // The host's standard cursors (FVSysGetStandardCursor): 0 is the arrow.
 enum StandardCursor : FSInt32 {
-  kCursorArrow = 0,
-  kCursorIBeam = 1,
-  kCursorCross = 2,
-  kCursorWait = 3,
-  kCursorHand = 4, // open hand: the hand tool
-  kCursorGrab = 5, // closed hand: scrolling with the hand tool
+  kCursorArrow = fvCursorArrow,
+  kCursorIBeam = fvCursorIBeam,
+  kCursorCross = fvCursorCross,
+  kCursorWait = fvCursorWait,
+  kCursorHand = fvCursorHand,
+  kCursorGrab = fvCursorGrab,
   kStandardCursorCount = 6
 };
 

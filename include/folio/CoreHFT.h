@@ -6,6 +6,10 @@
  * which read gCoreHFT and the entry at the moment of each call (nothing is
  * cached, so a replaced entry is reached at once). Define FOLIO_HOST_SIDE
  * before including to get only the numbers and prototypes (host and test host).
+ *
+ * Each prototype's comment ends with its Failure result: what the entry
+ * answers for a null or stale handle or when the host cannot carry it out.
+ * No entry raises or lets anything escape into the caller.
  */
 #ifndef FOLIO_CORE_HFT_H
 #define FOLIO_CORE_HFT_H
@@ -29,24 +33,28 @@ extern "C" {
 #define FSGetConfigurationSEL 11
 #define CoreNUMSELECTORS 12
 
-/* Raises an exception with the error code; never returns to the caller. */
+/* Raises an exception with the error code; never returns to the caller. Failure: none: it never fails. */
 typedef void (*FSRaiseSELPROTO)(FSInt32 error);
 /* Pushes an exception frame: `environ` is a jmp_buf of the caller, resumed by
- * `restoreProc` when an exception is raised inside the frame. */
+ * `restoreProc` when an exception is raised inside the frame. Failure: no frame is pushed. */
 typedef void (*FSPushExceptionFrameSELPROTO)(void *environ, restoreEnvironProc restoreProc);
+/* Failure: nothing happens (popping with no frame is ignored). */
 typedef void (*FSPopExceptionFrameSELPROTO)(void);
+/* Failure: 0. */
 typedef FSInt32 (*FSGetExceptionErrorCodeSELPROTO)(void);
-/* Interns a zero-terminated string; the same string always gives the same atom. */
+/* Interns a zero-terminated string; the same string always gives the same atom. Failure: FSAtomNull. */
 typedef FSAtom (*FSAtomFromStringSELPROTO)(const char *nameStr);
+/* Failure: false. */
 typedef FSBool (*FSAtomExistsForStringSELPROTO)(const char *nameStr, FSAtom *atom);
-/* The atom's string, owned by the host, valid for the host's life. */
+/* The atom's string, owned by the host, valid for the host's life. Failure: null. */
 typedef const char *(*FSAtomGetStringSELPROTO)(FSAtom atm);
-/* Wraps an extension's procedure; the result is owned by the host. */
+/* Wraps an extension's procedure; the result is owned by the host. Failure: null. */
 typedef FSCallback (*FSCallbackCreateSELPROTO)(ExtensionID extension, FSProc proc);
+/* Failure: nothing happens. */
 typedef void (*FSCallbackDestroySELPROTO)(FSCallback callback);
-/* The named table at exactly that version, or null when the host has none. */
+/* The named table at exactly that version, or null when the host has none. Failure: null. */
 typedef HFT (*FSExtensionMgrGetHFTSELPROTO)(FSAtom name, FSUns32 version);
-/* The configuration value of the key, or null when the key is not set. */
+/* The configuration value of the key, or null when the key is not set. Failure: null. */
 typedef void *(*FSGetConfigurationSELPROTO)(FSAtom key);
 
 #ifndef FOLIO_HOST_SIDE

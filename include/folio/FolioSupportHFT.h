@@ -7,6 +7,10 @@
  * Calls go through the macros, which read gFolioSupportHFT and the entry at
  * the moment of each call. Define FOLIO_HOST_SIDE to get only numbers and
  * prototypes.
+ *
+ * Each prototype's comment ends with its Failure result: what the entry
+ * answers for a null or stale handle or when the host cannot carry it out.
+ * No entry raises or lets anything escape into the caller.
  */
 #ifndef FOLIO_SUPPORT_HFT_H
 #define FOLIO_SUPPORT_HFT_H
@@ -29,21 +33,23 @@ extern "C" {
 #define FSFileAcquirePathNameSEL 37
 #define FolioSupportNUMSELECTORS 64
 
-/* A block of `size` bytes, owned by the caller until FSfree; null on failure. */
+/* A block of `size` bytes, owned by the caller until FSfree; null on failure. Failure: null. */
 typedef void *(*FSmallocSELPROTO)(size_t size);
+/* Failure: null (the old block stays valid). */
 typedef void *(*FSreallocSELPROTO)(void *ptr, size_t size);
-/* Frees a block from FSmalloc; null is ignored. */
+/* Frees a block from FSmalloc; null is ignored. Failure: none: it never fails. */
 typedef void (*FSfreeSELPROTO)(void *ptr);
-/* 16.16 product, rounded to nearest (ties away from zero), saturating. */
+/* 16.16 product, rounded to nearest (ties away from zero), saturating. Failure: none: the result saturates.
+ */
 typedef Fixed (*FixedMulSELPROTO)(Fixed a, Fixed b);
 /* 16.16 quotient a / b, rounded to nearest with ties away from zero and
  * saturated to the Fixed range; a division by zero saturates by the sign of
- * the numerator (0x7FFFFFFF, or 0x80000000 when it is negative). */
+ * the numerator (0x7FFFFFFF, or 0x80000000 when it is negative). Failure: none: the result saturates. */
 typedef Fixed (*FixedDivSELPROTO)(Fixed a, Fixed b);
-/* The host's default file system (owned by the host). */
+/* The host's default file system (owned by the host). Failure: none: it never fails. */
 typedef FSFileSys (*FSGetDefaultFileSysSELPROTO)(void);
 /* The path name of an open file, acquired for the caller (null when the file
- * has none). */
+ * has none). Failure: null. */
 typedef FSPathName (*FSFileAcquirePathNameSELPROTO)(FSFile file);
 
 #ifndef FOLIO_HOST_SIDE

@@ -232,6 +232,24 @@ enum { fvDragMove = 0, fvDragLeftTop = 1, fvDragRightTop = 2, fvDragRightBottom 
 /* Alert icon types of FVAlert. */
 enum { fvAlertStop = 0, fvAlertNote = 1, fvAlertCaution = 2, fvAlertQuestion = 3 };
 
+/* The modifier word of FVSysGetModifiers: one bit a key held, nothing else, so
+ * Ctrl alone is exactly fvModifierCtrl (4) and Ctrl with Shift is 5. */
+enum { fvModifierShift = 1, fvModifierAlt = 2, fvModifierCtrl = 4 };
+
+/* Shortcut modifier flags of FVMenuItemNew: fvShortcutCtrl (8) with '9' is
+ * Ctrl+9; other bits are ignored, and 0 with a character is the plain key. */
+enum { fvShortcutShift = 1, fvShortcutAlt = 2, fvShortcutCtrl = 8 };
+
+/* The host's standard cursors, by the number FVSysGetStandardCursor takes. */
+enum {
+  fvCursorArrow = 0,
+  fvCursorIBeam = 1,
+  fvCursorCross = 2,
+  fvCursorWait = 3,
+  fvCursorHand = 4, /* open hand: the hand tool */
+  fvCursorGrab = 5  /* closed hand: scrolling with the hand tool */
+};
+
 /* ---- start-up records ----------------------------------------------------- */
 
 /* Procedure that resumes a saved execution context (a jmp_buf); the restore

@@ -6,6 +6,10 @@
  * unused). Calls go through the macros, which read gPDModelHFT and the entry
  * at the moment of each call. Define FOLIO_HOST_SIDE to get only numbers and
  * prototypes.
+ *
+ * Each prototype's comment ends with its Failure result: what the entry
+ * answers for a null or stale handle or when the host cannot carry it out.
+ * No entry raises or lets anything escape into the caller.
  */
 #ifndef FOLIO_PDMODEL_HFT_H
 #define FOLIO_PDMODEL_HFT_H
@@ -33,29 +37,32 @@ extern "C" {
 #define PDPageGetBBoxSEL 148
 #define PDModelNUMSELECTORS 160
 
-/* The document's PDDocFlags bits. */
+/* The document's PDDocFlags bits. Failure: 0. */
 typedef FSInt32 (*PDDocGetFlagsSELPROTO)(PDDoc doc);
-/* The document's file (owned by the document), or null for one without a file. */
+/* The document's file (owned by the document), or null for one without a file. Failure: null. */
 typedef FSFile (*PDDocGetFileSELPROTO)(PDDoc doc);
+/* Failure: 0. */
 typedef FSInt32 (*PDDocGetNumPagesSELPROTO)(PDDoc doc);
-/* Page `pageNum` (zero-based), acquired: the caller releases it with PDPageRelease. */
+/* Page `pageNum` (zero-based), acquired: the caller releases it with PDPageRelease. Failure: null (nothing to
+ * release). */
 typedef PDPage (*PDDocAcquirePageSELPROTO)(PDDoc doc, FSInt32 pageNum);
-/* The host's permission word (pdPerm... bits) for this document as opened. */
+/* The host's permission word (pdPerm... bits) for this document as opened. Failure: 0 (no permission). */
 typedef FSUns32 (*PDDocGetPermissionsSELPROTO)(PDDoc doc);
 /* Tells the host that the page changed: marks the document changed and
- * redraws the views that show the page. */
+ * redraws the views that show the page. Failure: nothing happens. */
 typedef void (*PDPageNotifyContentsDidChangeSELPROTO)(PDPage page);
+/* Failure: nothing happens. */
 typedef void (*PDPageReleaseSELPROTO)(PDPage page);
-/* The page's rotation in degrees (inherited through the page tree). */
+/* The page's rotation in degrees (inherited through the page tree). Failure: 0. */
 typedef PDRotate (*PDPageGetRotateSELPROTO)(PDPage page);
-/* The page's media box (inherited through the page tree). */
+/* The page's media box (inherited through the page tree). Failure: the all-zero rectangle. */
 typedef void (*PDPageGetMediaBoxSELPROTO)(PDPage page, FixedRect *mediaBox);
-/* The page's crop box (inherited; the media box when none is set). */
+/* The page's crop box (inherited; the media box when none is set). Failure: the all-zero rectangle. */
 typedef void (*PDPageGetCropBoxSELPROTO)(PDPage page, FixedRect *cropBox);
-/* Sets the page's crop box, stored as given. */
+/* Sets the page's crop box, stored as given. Failure: the crop box stays as it was. */
 typedef void (*PDPageSetCropBoxSELPROTO)(PDPage page, FixedRect cropBox);
 /* The bounding box of the marks painted on the page (the host's rules for
- * blank pages and white paint are documented with its model). */
+ * blank pages and white paint are documented with its model). Failure: the all-zero rectangle. */
 typedef void (*PDPageGetBBoxSELPROTO)(PDPage page, FixedRect *bbox);
 
 #ifndef FOLIO_HOST_SIDE

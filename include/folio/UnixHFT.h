@@ -6,6 +6,10 @@
  * Calls go through the macros, which read gUnixHFT and the entry at the
  * moment of each call. Define FOLIO_HOST_SIDE to get only numbers and
  * prototypes.
+ *
+ * Each prototype's comment ends with its Failure result: what the entry
+ * answers for a null or stale handle or when the host cannot carry it out.
+ * No entry raises or lets anything escape into the caller.
  */
 #ifndef FOLIO_UNIX_HFT_H
 #define FOLIO_UNIX_HFT_H
@@ -22,7 +26,7 @@ extern "C" {
 #define UnixAppGetShellWidgetSEL 1
 #define UnixNUMSELECTORS 8
 
-/* The application's realised shell widget (an Xt Widget). */
+/* The application's realised shell widget (an Xt Widget). Failure: null. */
 typedef void *(*UnixAppGetShellWidgetSELPROTO)(void);
 
 #ifndef FOLIO_HOST_SIDE
