@@ -351,3 +351,63 @@ TEST_F(ReliabilityHostileCorpus, CancelledAllPagesRunsLeaveEveryCropBoxAsItWas)
     }
   }
 }
+
+// ---- contents, lengths and permissions -----------------------------------------------
+
+// Forms that draw each other in a ring, a chain of 300 forms, and 100,000
+// nested save-state operators: the engine refuses the ring, the rest is
+// measured; nothing recurses without bound.
+TEST_F(ReliabilityHostileCorpus, DeeplyNestedFormsAndContents)
+{
+  const int chain = 300;
+  std::vector<std::string> o = {"<< /Type /Catalog /Pages 2 0 R >>",
+                                "<< /Type /Pages /Kids [3 0 R 4 0 R 5 0 R] /Count 3 >>"};
+  auto page = [](int contents, int form) {
+    return "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 612 792] /Contents " + std::to_string(contents) +
+           " 0 R /Resources << /XObject << /F " + std::to_string(form) + " 0 R >> >> >>";
+  };
+  auto form = [](int next, const std::string &body) {
+    return "<< /Type /XObject /Subtype /Form /BBox [0 0 612 792] /Resources << /XObject << /F " +
+           std::to_string(next) + " 0 R >> >> /Length " + std::to_string(body.size()) + " >>\nstream\n" +
+           body + "\nendstream";
+  };
+  const int ring = 9, first = 11;
+  o.push_back(page(6, ring));  // 3: the ring
+  o.push_back(page(7, first)); // 4: the chain
+  o.push_back(page(8, first)); // 5: nested q
+  const std::string draw = "/F Do";
+  o.push_back("<< /Length 5 >>\nstream\n" + draw + "\nendstream"); // 6
+  o.push_back("<< /Length 5 >>\nstream\n" + draw + "\nendstream"); // 7
+  o.push_back(gen::flateStream("", "q ", 100000));                 // 8: 100,000 unbalanced q
+  o.push_back(form(10, draw));                                     // 9: ring 9 -> 10 -> 9
+  o.push_back(form(9, "10 10 50 50 re f " + draw));                // 10
+  for (int i = 0; i < chain; ++i) {
+    int num = first + i;
+    bool last = i + 1 == chain;
+    o.push_back(form(last ? num : num + 1, last ? std::string("100 200 200 200 re f") : draw));
+  }
+  rel::writeFile(path("nested.pdf"), gen::rawPdf(o, "/Root 1 0 R"));
+  allModes("nested.pdf", 3);
+}
+
+TEST_F(ReliabilityHostileCorpus, WrongStreamLengths)
+{
+  std::vector<std::string> o = {"<< /Type /Catalog /Pages 2 0 R >>",
+                                "<< /Type /Pages /Kids [3 0 R 5 0 R] /Count 2 >>",
+                                pageObj(2, 4),
+                                "<< /Length 99999 >>\nstream\n100 200 200 200 re f\n\nendstream",
+                                pageObj(2, 6),
+                                "<< /Length 3 >>\nstream\n100 200 200 200 re f\n\nendstream"};
+  rel::writeFile(path("lengths.pdf"), gen::rawPdf(o, "/Root 1 0 R"));
+  allModes("lengths.pdf", 2);
+}
+
+// Encrypted with an empty user password and an owner password, modifying
+// not allowed: the commands are refused with a message or run, never more.
+TEST_F(ReliabilityHostileCorpus, EncryptedWithRestrictedPermissions)
+{
+  gen::writeDocument(path("plain.pdf"), {gen::mixedPage(0), gen::mixedPage(1)});
+  std::string why;
+  ASSERT_TRUE(gen::encryptWithQpdf(path("plain.pdf"), path("locked.pdf"), "", "owner", false, &why)) << why;
+  allModes("locked.pdf", 2);
+}
