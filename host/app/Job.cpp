@@ -119,6 +119,10 @@ int Job::run()
       std::cout << text;
       return kExitOk;
     }
+    if (batch::outputIsInputInDisguise(o, why)) {
+      std::cerr << "folio: " << why << std::endl;
+      return kExitRunFailed;
+    }
     break;
   }
 

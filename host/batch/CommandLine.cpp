@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <sstream>
+#include <sys/stat.h>
 
 namespace folio::batch {
 
@@ -256,6 +257,28 @@ bool parseCommandLine(int argc, const char *const *argv, Options &options, std::
     break;
   }
   options = o;
+  return true;
+}
+
+bool outputIsInputInDisguise(const Options &o, std::string &why)
+{
+  struct stat in {
+  }, out{}, outLink{};
+  if (o.output == o.input || ::stat(o.input.c_str(), &in) != 0 || ::stat(o.output.c_str(), &out) != 0)
+    return false;
+  if (in.st_dev != out.st_dev || in.st_ino != out.st_ino)
+    return false;
+  // The same file: named by another spelling of its own path, that is the
+  // input; through a link, it is not.
+  bool viaLink = ::lstat(o.output.c_str(), &outLink) == 0 && S_ISLNK(outLink.st_mode);
+  char *a = ::realpath(o.input.c_str(), nullptr), *b = ::realpath(o.output.c_str(), nullptr);
+  bool samePath = a && b && std::string(a) == b;
+  std::free(a);
+  std::free(b);
+  if (samePath && !viaLink)
+    return false;
+  why = "the output " + quoteForMessage(o.output) + " is the input " + quoteForMessage(o.input) +
+        " through a link; nothing was written (give the input's own path to -o to overwrite it)";
   return true;
 }
 

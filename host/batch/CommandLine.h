@@ -49,6 +49,11 @@ bool parseCommandLine(int argc, const char *const *argv, Options &options, std::
 // The --help text.
 std::string usageText();
 
+// True (with a one-line message in `why`) when a shortcut's output is its
+// input reached another way: a symbolic link to it, or another (hard) link
+// of the same file. The input is only replaced when -o names it.
+bool outputIsInputInDisguise(const Options &options, std::string &why);
+
 // The script that a shortcut stands for (mode Shortcut only).
 std::string shortcutScript(const Options &options);
 

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <sstream>
 
+#include "model/Budget.h"
 #include "model/ModelError.h"
 
 namespace folio::batch {
@@ -24,6 +25,8 @@ void onInterrupt(int)
     return;
   }
   gInterrupted = 1;
+  // A run inside one slow page stops there too.
+  model::cancelPageWork();
 }
 
 std::string quoted(const std::string &s)
@@ -80,6 +83,7 @@ std::string formatFixed(Fixed value)
 void Runner::requestCancelFromSignal()
 {
   gInterrupted = 1;
+  model::cancelPageWork();
 }
 
 void Runner::installInterruptHandler()
@@ -190,17 +194,25 @@ bool Runner::step(const Step &s)
       ok = showBoxes(s);
       break;
     }
+    if (ok && !failed_ && !interrupted_) {
+      // As the viewer repaints after every user action, so the page-view
+      // drawing callbacks run between actions here too.
+      if (view::DocWindow *doc = app_.activeDocument())
+        doc->pageView().drawNow();
+    }
   } catch (const std::exception &e) {
     return error(s.line, e.what());
   }
   if (!ok || failed_)
     return false;
+  if (gInterrupted) {
+    // Ctrl-C during a step that polls for no cancel: the run stops after it.
+    gInterrupted = 0;
+    model::clearCancelPageWork();
+    interrupted_ = true;
+  }
   if (interrupted_)
     return error(s.line, "interrupted: the command was cancelled and the run stops; nothing more is saved");
-  // As the viewer repaints after every user action, so the page-view drawing
-  // callbacks run between actions here too.
-  if (view::DocWindow *doc = app_.activeDocument())
-    doc->pageView().drawNow();
   // Queued answers belong to the action that follows them.
   if (s.op == Op::Menu || s.op == Op::Button || s.op == Op::Drag || s.op == Op::Click || s.op == Op::Revert)
     dropUnusedAnswers();
@@ -223,6 +235,8 @@ bool Runner::open(const Step &s)
   havePassword_ = !s.password.empty();
   try {
     view::DocWindow &doc = app_.openDocument(s.text);
+    // Nothing here needs the page's pixels until a snapshot.
+    doc.pageView().setShowsContents(false);
     out_ << "opened: " << s.text << " (" << doc.pageView().pageCount() << " pages)\n";
   } catch (const model::ModelError &e) {
     havePassword_ = false;
@@ -315,8 +329,9 @@ bool Runner::save(const Step &s)
   view::DocWindow *doc = activeDoc(s);
   if (!doc)
     return false;
-  if (!app_.saveDocument(*doc, s.hasText ? s.text : std::string()))
-    return error(s.line, "the document was not saved");
+  std::string why;
+  if (!app_.saveDocument(*doc, s.hasText ? s.text : std::string(), &why))
+    return error(s.line, why.empty() ? std::string("the document was not saved") : why);
   out_ << "saved: " << (s.hasText ? s.text : doc->document().path()) << "\n";
   return true;
 }
@@ -333,6 +348,7 @@ bool Runner::revert(const Step &s)
     return error(s.line, "revert: the document could not be closed");
   try {
     view::DocWindow &again = app_.openDocument(path);
+    again.pageView().setShowsContents(false);
     again.pageView().setZoomPercent(zoom);
     again.pageView().goToPage(page);
   } catch (const model::ModelError &e) {
@@ -348,7 +364,11 @@ bool Runner::snapshot(const Step &s)
   if (!doc)
     return false;
   view::PageView &v = doc->pageView();
+  v.setShowsContents(true);
   v.drawNow();
+  v.setShowsContents(false);
+  if (!v.renderError().empty())
+    out_ << "note: " << v.renderError() << "\n";
   std::string why;
   if (!v.writePng(s.text, &why))
     return error(s.line, "snapshot: " + why);
@@ -490,6 +510,7 @@ bool Runner::cancelRequested()
     return true;
   if (gInterrupted) {
     gInterrupted = 0;
+    model::clearCancelPageWork();
     interrupted_ = true;
     out_ << "cancel: interrupted at poll " << polls_ << "\n";
     return true;

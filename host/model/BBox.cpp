@@ -21,6 +21,7 @@
 #include <cstring>
 #include <vector>
 
+#include "BudgetEngine.h"
 #include "Document.h"
 #include "Engine.h"
 #include "PageEngine.h"
@@ -377,7 +378,7 @@ fz_rect looseInk(fz_context *ctx, fz_display_list *list, std::vector<fz_rect> &m
     dev->end_mask = endMask;
     dev->begin_tile = beginTile;
     dev->end_tile = endTile;
-    fz_run_display_list(ctx, list, dev, fz_identity, fz_infinite_rect, nullptr);
+    fz_run_display_list(ctx, list, dev, fz_identity, fz_infinite_rect, pageWorkCookie(ctx));
     fz_close_device(ctx, dev);
     out = d->ink;
   }
@@ -432,7 +433,7 @@ void renderGrey(fz_context *ctx, fz_display_list *list, double x0, double y0, do
     pix = fz_new_pixmap_with_data(ctx, fz_device_gray(ctx), w, h, nullptr, 0, w, samples);
     dev = fz_new_draw_device(ctx, fz_identity, pix);
     fz_run_display_list(ctx, list, dev, ctm, fz_make_rect(0, 0, static_cast<float>(w), static_cast<float>(h)),
-                        nullptr);
+                        pageWorkCookie(ctx));
     fz_close_device(ctx, dev);
   }
   fz_always(ctx)
@@ -677,7 +678,7 @@ bool findEdges(fz_context *ctx, fz_display_list *list, Scratch &sc, bool useMark
 
 } // namespace
 
-FixedRect Page::bbox()
+FixedRect Page::measureBBox()
 {
   fz_display_list *list = pageDisplayList(*this);
   DocumentImpl &d = doc_->impl();

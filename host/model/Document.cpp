@@ -12,6 +12,7 @@
 #include <unistd.h>
 #include <unordered_set>
 
+#include "BudgetEngine.h"
 #include "Engine.h"
 
 namespace folio::model {
@@ -88,13 +89,6 @@ fz_rect toRect(const FixedRect &r)
                       static_cast<float>(std::max(l, rt)), static_cast<float>(std::max(b, t)));
 }
 
-void dropPageIndex(DocumentImpl &d)
-{
-  for (pdf_obj *o : d.pageObjs)
-    pdf_drop_obj(d.ctx, o);
-  d.pageObjs.clear();
-}
-
 pdf_page *loadEnginePage(DocumentImpl &d, int index)
 {
   // The engine finds the page by walking its page tree (its own page map
@@ -103,70 +97,6 @@ pdf_page *loadEnginePage(DocumentImpl &d, int index)
   engineCall(d.ctx, ModelErrorKind::Engine, "Cannot load the page",
              [&] { page = pdf_load_page(d.ctx, d.doc, index); });
   return page;
-}
-
-void buildPageIndex(DocumentImpl &d)
-{
-  dropPageIndex(d);
-  fz_context *ctx = d.ctx;
-  std::vector<pdf_obj *> leaves;
-  std::unordered_set<int> seen; // object numbers of the nodes met: a tree with a cycle is not indexed
-  std::vector<std::pair<pdf_obj *, int>> stack; // depth first, kids in order, without recursion
-  bool broken = false;
-  try {
-    engineCall(ctx, ModelErrorKind::Engine, "Cannot read the page tree", [&] {
-      d.indexRepaired = pdf_was_repaired(ctx, d.doc) != 0;
-      pdf_obj *root = pdf_dict_getp(ctx, pdf_trailer(ctx, d.doc), "Root/Pages");
-      if (pdf_is_dict(ctx, root))
-        stack.emplace_back(root, 0);
-      while (!stack.empty() && !broken) {
-        pdf_obj *node = stack.back().first;
-        int next = stack.back().second;
-        pdf_obj *kids = pdf_dict_get(ctx, node, PDF_NAME(Kids));
-        if (next == 0) {
-          int num = pdf_to_num(ctx, node);
-          if (num && seen.count(num))
-            broken = true;
-          else if (num && pdf_is_array(ctx, kids))
-            seen.insert(num);
-        }
-        if (!pdf_is_array(ctx, kids)) {
-          leaves.push_back(node);
-          stack.pop_back();
-          continue;
-        }
-        if (next >= pdf_array_len(ctx, kids)) {
-          stack.pop_back();
-          continue;
-        }
-        stack.back().second = next + 1;
-        pdf_obj *kid = pdf_array_get(ctx, kids, next);
-        if (pdf_is_dict(ctx, kid))
-          stack.emplace_back(kid, 0);
-        if (stack.size() > 256)
-          broken = true;
-      }
-    });
-  } catch (const ModelError &) {
-    broken = true;
-  }
-  if (broken || static_cast<int>(leaves.size()) != d.pageCount)
-    return;
-  d.pageObjs.reserve(leaves.size());
-  for (pdf_obj *o : leaves)
-    d.pageObjs.push_back(pdf_keep_obj(ctx, o));
-}
-
-pdf_obj *pageObject(DocumentImpl &d, int index, PageImpl *)
-{
-  if ((pdf_was_repaired(d.ctx, d.doc) != 0) != d.indexRepaired)
-    buildPageIndex(d);
-  if (index >= 0 && static_cast<size_t>(index) < d.pageObjs.size())
-    return d.pageObjs[static_cast<size_t>(index)];
-  pdf_obj *obj = nullptr;
-  engineCall(d.ctx, ModelErrorKind::Engine, "Cannot find the page",
-             [&] { obj = pdf_lookup_page_obj(d.ctx, d.doc, index); });
-  return obj;
 }
 
 fz_rect pageMediaBox(DocumentImpl &d, pdf_obj *pageObj)
@@ -197,7 +127,7 @@ Document::~Document()
       dropPageIndex(d);
       pdf_drop_document(d.ctx, d.doc);
     }
-    fz_drop_context(d.ctx);
+    dropMeteredContext(d.ctx);
   }
 }
 
@@ -227,7 +157,7 @@ std::unique_ptr<Document> Document::open(const std::string &path, PasswordPort *
   std::unique_ptr<Document> doc(new Document());
   DocumentImpl &d = *doc->impl_;
   d.path = path;
-  d.ctx = fz_new_context(nullptr, nullptr, FZ_STORE_DEFAULT);
+  d.ctx = newMeteredContext();
   if (!d.ctx)
     throw ModelError(ModelErrorKind::Engine, "Not enough memory to open \"" + name + "\".");
   fz_set_warning_callback(d.ctx, quietWarning, &d);
@@ -282,8 +212,9 @@ std::unique_ptr<Document> Document::open(const std::string &path, PasswordPort *
   }
 
   try {
-    engineCall(d.ctx, ModelErrorKind::Damaged, "", [&] { d.pageCount = pdf_count_pages(d.ctx, d.doc); });
+    // The pages are what the page tree holds, not what it claims to hold.
     buildPageIndex(d);
+    d.pageCount = static_cast<int>(d.pageObjs.size());
   } catch (const ModelError &) {
     throw ModelError(ModelErrorKind::Damaged,
                      "The file \"" + name + "\" is damaged and could not be repaired.");
@@ -294,8 +225,15 @@ std::unique_ptr<Document> Document::open(const std::string &path, PasswordPort *
                        "The file \"" + name + "\" is truncated: it ends too early.");
     throw ModelError(ModelErrorKind::Damaged, "The file \"" + name + "\" has no pages that can be read.");
   }
-  if (pdf_was_repaired(d.ctx, d.doc))
+  if (pdf_was_repaired(d.ctx, d.doc) || d.treeRebuilt)
     doc->flags_ |= PDDocWasRepaired | PDDocRequiresFullSave;
+  if (d.skippedPageNodes > 0)
+    doc->notes_.push_back("\"" + name + "\": " + std::to_string(d.skippedPageNodes) +
+                          " part(s) of the page tree appear more than once or loop back into it and were "
+                          "skipped; the " +
+                          std::to_string(d.pageCount) +
+                          " page(s) that can be reached are "
+                          "shown, in order.");
   doc->pages_.resize(static_cast<size_t>(d.pageCount));
   doc->file_ = std::make_unique<File>(path, FileSys::defaultFileSys());
   return doc;
@@ -350,7 +288,7 @@ FSInt32 Document::flags() const
   // The engine may repair a damaged file late, when it first reads a broken
   // object; the flags say so from then on.
   FSInt32 f = flags_;
-  if (impl_->doc && pdf_was_repaired(impl_->ctx, impl_->doc))
+  if (impl_->treeRebuilt || (impl_->doc && pdf_was_repaired(impl_->ctx, impl_->doc)))
     f |= PDDocWasRepaired | PDDocRequiresFullSave;
   return f;
 }
@@ -389,6 +327,14 @@ bool Document::openedAsOwner() const
 File &Document::file()
 {
   return *file_;
+}
+
+void Document::note(const std::string &message)
+{
+  if (noteSink_)
+    noteSink_(message);
+  else
+    std::fprintf(stderr, "folio: %s\n", message.c_str());
 }
 
 void Document::addObserver(DocumentObserver *o)

@@ -8,6 +8,7 @@
 // the user; nothing here prints except the over-release report of a page.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -61,6 +62,15 @@ public:
   // True when the password that opened it was the owner password.
   bool openedAsOwner() const;
 
+  // What the user should know about how the file was read (pages of the
+  // page tree skipped, say), one sentence each; empty for a sound file.
+  const std::vector<std::string> &openNotes() const { return notes_; }
+
+  // Where notes about the document's pages go while it is worked on (a page
+  // over its budget, say): to `sink` when one is set, else to standard error.
+  void setNoteSink(std::function<void(const std::string &)> sink) { noteSink_ = std::move(sink); }
+  void note(const std::string &message);
+
   // The document's file (owned by the document).
   File &file();
 
@@ -95,6 +105,8 @@ private:
   std::vector<DocumentObserver *> observers_;
   FSInt32 flags_ = 0;
   std::unique_ptr<File> file_;
+  std::vector<std::string> notes_;
+  std::function<void(const std::string &)> noteSink_;
 };
 
 } // namespace folio::model

@@ -29,12 +29,13 @@ struct DocumentImpl {
   bool owner = false; // opened with the owner password
   int pageCount = 0;
   // Page objects by index, kept (the engine's own page map keeps references
-  // it never gives back). Built at open; built again when the engine has
-  // repaired the file since, as a repair reads every object anew. Empty for
-  // a page tree whose counts disagree with its leaves: pages are then looked
-  // up in the tree one by one.
+  // it never gives back): the leaves of the page tree reachable once, in
+  // order (PageTree.cpp). Built at open; built again when the engine has
+  // repaired the file since, as a repair reads every object anew.
   std::vector<pdf_obj *> pageObjs;
   bool indexRepaired = false;
+  int skippedPageNodes = 0; // page-tree references skipped (met before) by the last walk
+  bool treeRebuilt = false; // the page tree was rebuilt flat in memory
   // Crop boxes exactly as the host set them this session: the engine keeps
   // reals as single floats, which cannot hold every 16.16 value.
   std::unordered_map<int, FixedRect> cropSet;
@@ -81,13 +82,15 @@ Fixed toFixed(double v);
 FixedRect toFixedRect(const fz_rect &r);
 fz_rect toRect(const FixedRect &r); // normalised
 
-// Builds (again) the index of page objects; engine errors propagate.
+// Builds (again) the index of page objects, rebuilding a page tree that is
+// not sound; engine errors propagate as ModelError.
 void buildPageIndex(DocumentImpl &d);
 // Drops the index and its references.
 void dropPageIndex(DocumentImpl &d);
 // Loads page `index` in the engine (throws ModelError).
 pdf_page *loadEnginePage(DocumentImpl &d, int index);
-// The page's dictionary, current even after a repair by the engine.
+// The page's dictionary, current even after a repair by the engine; throws
+// ModelError(Engine) for a page that can no longer be reached.
 pdf_obj *pageObject(DocumentImpl &d, int index, PageImpl *impl);
 // Removes the keys with an empty name from `obj` and the dictionaries and
 // arrays held directly in it. The engine writes an empty name followed by a

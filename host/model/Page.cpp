@@ -2,8 +2,10 @@
 // rendering of a page (the bounding box is in BBox.cpp).
 #include "Page.h"
 
+#include <algorithm>
 #include <cmath>
 
+#include "BudgetEngine.h"
 #include "Document.h"
 #include "Engine.h"
 #include "PageEngine.h"
@@ -59,6 +61,21 @@ PageImpl &loadedPage(Page &page)
   return *pi;
 }
 
+std::string overBudgetMessage(const Page &page, PageWork::Stop stop)
+{
+  std::string n = std::to_string(page.index() + 1);
+  switch (stop) {
+  case PageWork::Stop::Cancelled:
+    return "Work on page " + n + " was cancelled.";
+  case PageWork::Stop::Time:
+    return "Page " + n + " takes more than " + std::to_string(static_cast<long>(pageBudget().seconds)) +
+           " seconds to read; its contents are not measured or drawn.";
+  default:
+    return "Page " + n + " needs more than " + std::to_string(pageBudget().bytes >> 20) +
+           " MB to read; its contents are not measured or drawn.";
+  }
+}
+
 fz_display_list *pageDisplayList(Page &page)
 {
   PageImpl &pi = loadedPage(page);
@@ -67,35 +84,47 @@ fz_display_list *pageDisplayList(Page &page)
   DocumentImpl &d = page.document().impl();
   fz_context *ctx = d.ctx;
   fz_display_list *list = nullptr;
-  engineCall(ctx, ModelErrorKind::Engine, "Cannot read the page contents", [&] {
-    fz_rect bounds;
-    fz_matrix pageCtm;
-    pdf_page_transform(ctx, pi.page, &bounds, &pageCtm);
-    // Undo the engine's own page transform: the list is in page space.
-    fz_matrix toPageSpace = fz_invert_matrix(pageCtm);
-    fz_rect media = pageMediaBox(d, pi.page->obj);
-    list = fz_new_display_list(ctx, media);
-    fz_device *dev = nullptr;
-    fz_var(dev);
-    fz_try(ctx)
-    {
-      dev = fz_new_list_device(ctx, list);
-      pdf_run_page_contents(ctx, pi.page, dev, toPageSpace, nullptr);
-      pdf_run_page_annots(ctx, pi.page, dev, toPageSpace, nullptr);
-      pdf_run_page_widgets(ctx, pi.page, dev, toPageSpace, nullptr);
-      fz_close_device(ctx, dev);
-    }
-    fz_always(ctx)
-    {
-      fz_drop_device(ctx, dev);
-    }
-    fz_catch(ctx)
-    {
-      fz_drop_display_list(ctx, list);
-      list = nullptr;
-      fz_rethrow(ctx);
-    }
-  });
+  PageWork work(ctx);
+  fz_cookie *cookie = work.cookie();
+  try {
+    engineCall(ctx, ModelErrorKind::Engine, "Cannot read the page contents", [&] {
+      fz_rect bounds;
+      fz_matrix pageCtm;
+      pdf_page_transform(ctx, pi.page, &bounds, &pageCtm);
+      // Undo the engine's own page transform: the list is in page space.
+      fz_matrix toPageSpace = fz_invert_matrix(pageCtm);
+      fz_rect media = pageMediaBox(d, pi.page->obj);
+      list = fz_new_display_list(ctx, media);
+      fz_device *dev = nullptr;
+      fz_var(dev);
+      fz_try(ctx)
+      {
+        dev = fz_new_list_device(ctx, list);
+        pdf_run_page_contents(ctx, pi.page, dev, toPageSpace, cookie);
+        pdf_run_page_annots(ctx, pi.page, dev, toPageSpace, cookie);
+        pdf_run_page_widgets(ctx, pi.page, dev, toPageSpace, cookie);
+        fz_close_device(ctx, dev);
+      }
+      fz_always(ctx)
+      {
+        fz_drop_device(ctx, dev);
+      }
+      fz_catch(ctx)
+      {
+        fz_drop_display_list(ctx, list);
+        list = nullptr;
+        fz_rethrow(ctx);
+      }
+    });
+  } catch (const ModelError &) {
+    if (work.stopped() == PageWork::Stop::None)
+      throw;
+  }
+  // An aborted run leaves a partial list: it must not pass for the page.
+  if (PageWork::Stop stop = work.stopped(); stop != PageWork::Stop::None) {
+    fz_drop_display_list(ctx, list);
+    throw ModelError(ModelErrorKind::Engine, overBudgetMessage(page, stop));
+  }
   pi.list = list;
   return list;
 }
@@ -139,8 +168,20 @@ PDRotate Page::rotate() const
   return static_cast<PDRotate>(r);
 }
 
-void Page::setCropBox(const FixedRect &r)
+void Page::setCropBox(const FixedRect &given)
 {
+  // A box that would leave nothing of the page visible is never written:
+  // normalised, it must overlap the media box with a width and a height.
+  FixedRect n;
+  n.left = std::min(given.left, given.right);
+  n.right = std::max(given.left, given.right);
+  n.bottom = std::min(given.bottom, given.top);
+  n.top = std::max(given.bottom, given.top);
+  FixedRect media = mediaBox();
+  if (std::max(n.left, media.left) >= std::min(n.right, media.right) ||
+      std::max(n.bottom, media.bottom) >= std::min(n.top, media.top))
+    return;
+  const FixedRect &r = given;
   DocumentImpl &d = doc_->impl();
   pdf_obj *obj = pageObject(d, index_, impl_);
   engineCall(d.ctx, ModelErrorKind::Engine, "Cannot set the crop box", [&] {
@@ -152,6 +193,31 @@ void Page::setCropBox(const FixedRect &r)
     pdf_array_push_real(d.ctx, box, r.top / 65536.0);
   });
   d.cropSet[index_] = r;
+}
+
+FixedRect Page::bbox()
+{
+  PageWork work(doc_->impl().ctx);
+  try {
+    FixedRect box = measureBBox();
+    if (work.stopped() == PageWork::Stop::None)
+      return box;
+  } catch (const ModelError &) {
+    if (work.stopped() == PageWork::Stop::None)
+      throw;
+  }
+  PageWork::Stop stop = work.stopped();
+  if (stop == PageWork::Stop::Cancelled)
+    throw ModelError(ModelErrorKind::Engine, overBudgetMessage(*this, stop));
+  // Over budget: no measurable marks. The engine's memory is back to what it
+  // was once the partial work is dropped.
+  PageImpl *&pi = pageImplSlot(*this);
+  if (pi && pi->list) {
+    fz_drop_display_list(doc_->impl().ctx, pi->list);
+    pi->list = nullptr;
+  }
+  doc_->note(overBudgetMessage(*this, stop) + " It is taken as having no marks.");
+  return cropBox();
 }
 
 FixedRect Page::shownBox() const
@@ -248,30 +314,39 @@ PageRaster Page::render(double zoom)
                                  static_cast<float>(t.d), static_cast<float>(t.e), static_cast<float>(t.f));
   fz_context *ctx = d.ctx;
   unsigned char *samples = out.rgb.data();
+  PageWork work(ctx);
+  fz_cookie *cookie = work.cookie();
   int w = out.width, h = out.height, stride = out.stride;
-  engineCall(ctx, ModelErrorKind::Engine, "Cannot draw the page", [&] {
-    fz_pixmap *pix = nullptr;
-    fz_device *dev = nullptr;
-    fz_var(pix);
-    fz_var(dev);
-    fz_try(ctx)
-    {
-      pix = fz_new_pixmap_with_data(ctx, fz_device_rgb(ctx), w, h, nullptr, 0, stride, samples);
-      dev = fz_new_draw_device(ctx, fz_identity, pix);
-      fz_run_display_list(ctx, list, dev, ctm,
-                          fz_make_rect(0, 0, static_cast<float>(w), static_cast<float>(h)), nullptr);
-      fz_close_device(ctx, dev);
-    }
-    fz_always(ctx)
-    {
-      fz_drop_device(ctx, dev);
-      fz_drop_pixmap(ctx, pix);
-    }
-    fz_catch(ctx)
-    {
-      fz_rethrow(ctx);
-    }
-  });
+  try {
+    engineCall(ctx, ModelErrorKind::Engine, "Cannot draw the page", [&] {
+      fz_pixmap *pix = nullptr;
+      fz_device *dev = nullptr;
+      fz_var(pix);
+      fz_var(dev);
+      fz_try(ctx)
+      {
+        pix = fz_new_pixmap_with_data(ctx, fz_device_rgb(ctx), w, h, nullptr, 0, stride, samples);
+        dev = fz_new_draw_device(ctx, fz_identity, pix);
+        fz_run_display_list(ctx, list, dev, ctm,
+                            fz_make_rect(0, 0, static_cast<float>(w), static_cast<float>(h)), cookie);
+        fz_close_device(ctx, dev);
+      }
+      fz_always(ctx)
+      {
+        fz_drop_device(ctx, dev);
+        fz_drop_pixmap(ctx, pix);
+      }
+      fz_catch(ctx)
+      {
+        fz_rethrow(ctx);
+      }
+    });
+  } catch (const ModelError &) {
+    if (work.stopped() == PageWork::Stop::None)
+      throw;
+  }
+  if (PageWork::Stop stop = work.stopped(); stop != PageWork::Stop::None)
+    throw ModelError(ModelErrorKind::Engine, overBudgetMessage(*this, stop));
   return out;
 }
 

@@ -37,8 +37,12 @@ public:
   PDRotate rotate() const;
 
   // Writes /CropBox on the page object itself exactly as given (no clipping,
-  // no normalisation, an all-zero box included). Does not notify: callers
-  // follow it with notifyContentsDidChange, as the plug-in does.
+  // no normalisation). A box that would show nothing of the page is not
+  // written and the page keeps the crop box it has: one whose intersection
+  // with the media box (after swapping inverted corners) is empty or has no
+  // width or no height, the all-zero box included. Does not notify: callers
+  // follow it with notifyContentsDidChange, as the plug-in does (a refused
+  // box is still followed by its notification).
   void setCropBox(const FixedRect &cropBox);
 
   // The box the page shows: the crop box clipped to the media box. When that
@@ -61,12 +65,18 @@ public:
   //  - white paint does not count (a white background is not content): a
   //    mark counts where it leaves a pixel that is not pure white;
   //  - a page with no marks answers its current crop box, so cropping a blank
-  //    page to its content leaves it as it is.
+  //    page to its content leaves it as it is;
+  //  - a page whose contents take more than the page budget (Budget.h) of
+  //    time or memory to interpret or measure is taken as one without
+  //    measurable marks (its crop box), and the document's note sink is told
+  //    so, naming the page. Cancelled by cancelPageWork(), it throws
+  //    ModelError(Engine).
   FixedRect bbox();
 
   // The page's whole media box rendered at `zoom` pixels per point with its
-  // rotation applied (see PageRaster.h). Throws ModelError(Engine) on failure
-  // or when the raster would exceed 16384 pixels in either direction.
+  // rotation applied (see PageRaster.h). Throws ModelError(Engine) on failure,
+  // when the raster would exceed 16384 pixels in either direction, or when
+  // the drawing takes more than the page budget (Budget.h).
   PageRaster render(double zoom);
 
   // The current acquire count (for tests and diagnostics).
@@ -80,6 +90,7 @@ private:
   friend class Document;
   friend PageImpl *&pageImplSlot(Page &page);
   Page(Document &doc, int index);
+  FixedRect measureBBox(); // bbox() without the budget's verdict (BBox.cpp)
   Document *doc_;
   int index_;
   int acquires_ = 0;

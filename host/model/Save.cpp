@@ -138,6 +138,97 @@ pdf_document *reopen(fz_context *ctx, const char *path, const char *password)
   return fresh;
 }
 
+// The crop box stored for a page (inherited), as the engine's floats; false
+// when there is none.
+bool storedCropBox(fz_context *ctx, pdf_obj *page, float out[4])
+{
+  pdf_obj *box = pdf_dict_get_inheritable(ctx, page, PDF_NAME(CropBox));
+  if (!pdf_is_array(ctx, box))
+    return false;
+  for (int k = 0; k < 4; ++k)
+    out[k] = pdf_to_real(ctx, pdf_array_get(ctx, box, k));
+  return true;
+}
+
+// Reads the written document `fresh` back page by page: its page tree must be
+// sound and hold the document's pages, each with a media box, a rotation and
+// the crop box the document has. Returns why it is not, or "" when it reads
+// back as the same document.
+std::string readBack(DocumentImpl &d, pdf_document *fresh)
+{
+  fz_context *ctx = d.ctx;
+  DocumentImpl check;
+  check.ctx = ctx;
+  check.doc = fresh;
+  std::string why;
+  try {
+    buildPageIndex(check);
+    if (check.treeRebuilt || check.skippedPageNodes > 0)
+      why = "its page tree cannot be walked";
+    else if (static_cast<int>(check.pageObjs.size()) != d.pageCount)
+      why = "it holds " + std::to_string(check.pageObjs.size()) + " page(s) instead of " +
+            std::to_string(d.pageCount);
+    for (int i = 0; why.empty() && i < d.pageCount; ++i) {
+      pdf_obj *mine = pageObject(d, i, nullptr);
+      pdf_obj *theirs = check.pageObjs[static_cast<size_t>(i)];
+      bool same = true;
+      engineCall(ctx, ModelErrorKind::Engine, "", [&] {
+        pdf_to_rect(ctx, pdf_dict_get_inheritable(ctx, theirs, PDF_NAME(MediaBox)));
+        pdf_to_int(ctx, pdf_dict_get_inheritable(ctx, theirs, PDF_NAME(Rotate)));
+        float want[4] = {0, 0, 0, 0}, have[4] = {0, 0, 0, 0};
+        bool wantSet = false;
+        auto set = d.cropSet.find(i);
+        if (set != d.cropSet.end()) {
+          const FixedRect &r = set->second;
+          const double v[4] = {r.left / 65536.0, r.bottom / 65536.0, r.right / 65536.0, r.top / 65536.0};
+          for (int k = 0; k < 4; ++k)
+            want[k] = static_cast<float>(v[k]);
+          wantSet = true;
+        } else {
+          wantSet = storedCropBox(ctx, mine, want);
+        }
+        bool haveSet = storedCropBox(ctx, theirs, have);
+        same = wantSet == haveSet;
+        for (int k = 0; same && wantSet && k < 4; ++k)
+          same = want[k] == have[k];
+      });
+      if (!same)
+        why = "the crop box of page " + std::to_string(i + 1) + " does not read back as it was set";
+    }
+    // The engine finds pages by their number through the tree's counts:
+    // the first and the last page must be the ones walked.
+    if (why.empty() && d.pageCount > 0) {
+      int ends[2] = {0, d.pageCount - 1};
+      for (int i : ends) {
+        int found = 0;
+        engineCall(ctx, ModelErrorKind::Engine, "",
+                   [&] { found = pdf_to_num(ctx, pdf_lookup_page_obj(ctx, fresh, i)); });
+        if (found != pdf_to_num(ctx, check.pageObjs[static_cast<size_t>(i)]))
+          why = "page " + std::to_string(i + 1) + " cannot be found in it";
+      }
+    }
+  } catch (const ModelError &e) {
+    why = std::string("it cannot be read (") + e.what() + ")";
+  }
+  dropPageIndex(check);
+  return why;
+}
+
+// A temporary name beside `target` that keeps within the folder's limit on
+// the length of a name.
+std::string temporaryTemplate(const std::string &dir, const std::string &target)
+{
+  static const std::string suffix = ".saving-XXXXXX";
+  long max = ::pathconf(dir.c_str(), _PC_NAME_MAX);
+  if (max <= 0)
+    max = 255;
+  std::string base = baseName(target);
+  size_t room = static_cast<size_t>(max) - 1 - suffix.size();
+  if (base.size() > room)
+    base.resize(room);
+  return dir + "/." + base + suffix;
+}
+
 } // namespace
 
 bool Document::save(bool forceFull)
@@ -223,7 +314,13 @@ bool Document::saveAs(const std::string &requested, bool forceFull)
   struct stat st {};
   if (::stat(dir.c_str(), &st) != 0 || !S_ISDIR(st.st_mode))
     saveFailed(target, "its folder does not exist");
-  std::string temp = dir + "/." + baseName(target) + ".saving-XXXXXX";
+  // Only a regular file is ever replaced: a device, a pipe, a socket or a
+  // folder keeps its place.
+  struct stat existing {};
+  if (::stat(target.c_str(), &existing) == 0 && !S_ISREG(existing.st_mode))
+    saveFailed(target, S_ISDIR(existing.st_mode) ? "it is a folder"
+                                                 : "it is not a regular file (a device, a pipe or a socket)");
+  std::string temp = temporaryTemplate(dir, target);
   std::vector<char> tempName(temp.begin(), temp.end());
   tempName.push_back(0);
   int fd = ::mkstemp(tempName.data());
@@ -270,17 +367,10 @@ bool Document::saveAs(const std::string &requested, bool forceFull)
     // a repair can take the catalog with it; the file written then has no
     // pages, and must not take the place of a good one.
     fresh = reopen(ctx, tempPath, d.password.c_str());
-    int freshPages = 0;
-    if (fresh) {
-      try {
-        engineCall(ctx, ModelErrorKind::Engine, "", [&] { freshPages = pdf_count_pages(ctx, fresh); });
-      } catch (const ModelError &) {
-        freshPages = 0;
-      }
-    }
-    if (freshPages != d.pageCount)
+    std::string why = fresh ? readBack(d, fresh) : std::string("it does not open");
+    if (!why.empty())
       throw ModelError(ModelErrorKind::SaveFailed,
-                       "the written file does not read back as the same document");
+                       "the written file does not read back as the same document (" + why + ")");
     if (::rename(temp.c_str(), target.c_str()) != 0)
       throw ModelError(ModelErrorKind::SaveFailed,
                        std::string("cannot replace it (") + std::strerror(errno) + ")");

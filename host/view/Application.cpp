@@ -260,6 +260,10 @@ DocWindow &Application::openDocument(const std::string &path, const std::string 
   for (ApplicationListener *l : std::vector<ApplicationListener *>(listeners_))
     l->documentOpened(win);
   setActiveDocument(&win);
+  win.document().setNoteSink([this](const std::string &n) { note(n); });
+  // How the file was read (pages skipped in a broken page tree, say).
+  for (const std::string &n : win.document().openNotes())
+    note(n);
   return win;
 }
 
@@ -273,7 +277,7 @@ DocWindow *Application::openDocumentReporting(const std::string &path, const std
   return nullptr;
 }
 
-bool Application::saveDocument(DocWindow &doc, const std::string &path)
+bool Application::saveDocument(DocWindow &doc, const std::string &path, std::string *why)
 {
   try {
     if (path.empty())
@@ -282,7 +286,10 @@ bool Application::saveDocument(DocWindow &doc, const std::string &path)
       doc.document().saveAs(path);
     return true;
   } catch (const std::exception &e) {
-    note(e.what());
+    if (why)
+      *why = e.what();
+    else
+      note(e.what());
   }
   return false;
 }

@@ -97,8 +97,8 @@ public:
   // remaining ones becomes active (null when none).
   bool closeDocument(DocWindow *doc, bool noSave);
   // Saves to its own file (path empty) or to `path`; a failure is shown as a
-  // note. True when saved.
-  bool saveDocument(DocWindow &doc, const std::string &path = {});
+  // note, or given in *why when `why` is not null. True when saved.
+  bool saveDocument(DocWindow &doc, const std::string &path = {}, std::string *why = nullptr);
   const std::vector<std::unique_ptr<DocWindow>> &documents() const { return docs_; }
   DocWindow *activeDocument() const { return active_; }
   void setActiveDocument(DocWindow *doc);

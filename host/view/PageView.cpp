@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <stdexcept>
 
 #include "Application.h"
 #include "DocWindow.h"
@@ -113,7 +114,17 @@ bool PageView::goToPage(int n)
 
 void PageView::geometry(double &x0, double &y0, double &w, double &h) const
 {
-  FixedRect m = page_->mediaBox();
+  // A page the model can no longer find (a file the engine repaired badly)
+  // is laid out as US Letter and drawn blank, never an abort of the redraw.
+  FixedRect m;
+  m.left = 0;
+  m.bottom = 0;
+  m.right = 612 * 65536;
+  m.top = 792 * 65536;
+  try {
+    m = page_->mediaBox();
+  } catch (const std::exception &) {
+  }
   x0 = fromFixed(m.left);
   y0 = fromFixed(m.bottom);
   w = fromFixed(m.right) - x0;
@@ -122,7 +133,11 @@ void PageView::geometry(double &x0, double &y0, double &w, double &h) const
 
 int PageView::rotation() const
 {
-  int r = page_->rotate();
+  int r = 0;
+  try {
+    r = page_->rotate();
+  } catch (const std::exception &) {
+  }
   r = ((r % 360) + 360) % 360;
   return r - r % 90;
 }
@@ -299,18 +314,29 @@ bool PageView::invalidArea(FVRect &area) const
   return dirty_;
 }
 
+void PageView::setShowsContents(bool shows)
+{
+  if (shows == showsContents_)
+    return;
+  showsContents_ = shows;
+  rasterStale_ = true;
+  invalidateAll();
+}
+
 void PageView::ensureRaster()
 {
   if (raster_ && !rasterStale_)
     return;
   rasterStale_ = false;
-  ++renders_;
   try {
+    if (!showsContents_)
+      throw std::runtime_error("");
+    ++renders_;
     raster_ = std::make_unique<model::PageRaster>(page_->render(scale()));
     renderError_.clear();
   } catch (const std::exception &e) {
-    // A page the engine cannot draw is shown blank (the boxes and overlays
-    // still work); the reason is kept for the front end.
+    // A page the engine cannot draw (or is not asked to) is shown blank (the
+    // boxes and overlays still work); the reason is kept for the front end.
     renderError_ = e.what();
     auto blank = std::make_unique<model::PageRaster>();
     blank->width = pageDeviceWidth();
@@ -364,7 +390,17 @@ void PageView::redrawArea(const FVRect &requested)
   const int ox = kPageMargin - scrollX_, oy = kPageMargin - scrollY_;
   // The page's shown box in device space: pixels whose centres lie inside it
   // are shown as rendered, the rest of the media box dimmed.
-  FixedRect shown = page_->shownBox();
+  FixedRect shown;
+  try {
+    shown = page_->shownBox();
+  } catch (const std::exception &) {
+    double x0, y0, w, h; // a page that cannot be found is shown whole (blank)
+    geometry(x0, y0, w, h);
+    shown.left = toFixed(x0);
+    shown.bottom = toFixed(y0);
+    shown.right = toFixed(x0 + w);
+    shown.top = toFixed(y0 + h);
+  }
   double ax, ay, bx, by;
   pageToDevice(fromFixed(shown.left), fromFixed(shown.top), ax, ay);
   pageToDevice(fromFixed(shown.right), fromFixed(shown.bottom), bx, by);

@@ -170,6 +170,12 @@ public:
   // failure.
   bool writePng(const std::string &path, std::string *error = nullptr) const;
 
+  // Whether redraws render the page's contents (the default). Off, the page
+  // is drawn blank with its dimming and overlays and the engine is not asked
+  // for pixels: the batch front end needs pixels only for a snapshot.
+  void setShowsContents(bool shows);
+  bool showsContents() const { return showsContents_; }
+
   // Counters (tests and the viewer's statistics).
   unsigned renderCount() const { return renders_; }
   unsigned redrawCount() const { return redraws_; }
@@ -200,6 +206,7 @@ private:
   PDColorValueRec color_{};
   std::unique_ptr<model::PageRaster> raster_;
   bool rasterStale_ = true;
+  bool showsContents_ = true;
   Frame frame_;
   bool dirty_ = false;
   FVRect dirtyRect_{};

@@ -196,9 +196,9 @@ TEST_F(ModelBBox, BlankPageAnswersTheCropBoxAsSet)
 {
   auto doc = Document::open(write("blank.pdf", {page({})}));
   Page *p = doc->acquirePage(0);
-  FixedRect zero{0, 0, 0, 0};
-  p->setCropBox(zero);
-  EXPECT_RECT_EQ(p->bbox(), zero);
+  FixedRect set = fixedRect(10, 20, 300, 400);
+  p->setCropBox(set);
+  EXPECT_RECT_EQ(p->bbox(), set);
   doc->releasePage(p);
 }
 

@@ -172,13 +172,40 @@ TEST_F(ModelBoxes, SetCropBoxIsStoredExactlyAsGiven)
   doc->releasePage(page);
 }
 
-TEST_F(ModelBoxes, SetCropBoxKeepsAnAllZeroBox)
+// A box that would show nothing of the page is not written: the page keeps
+// the crop box it had.
+TEST_F(ModelBoxes, SetCropBoxLeavesTheBoxForOneThatShowsNothing)
 {
-  auto doc = Document::open(write("zero.pdf", {rectPage()}));
+  PageSpec s = rectPage();
+  s.crop = Box{36, 36, 576, 756};
+  auto doc = Document::open(write("zero.pdf", {s}));
   Page *page = doc->acquirePage(0);
-  page->setCropBox(FixedRect{0, 0, 0, 0});
-  FixedRect zero{0, 0, 0, 0};
-  EXPECT_RECT_EQ(page->cropBox(), zero);
+  const FixedRect nothing[] = {
+      FixedRect{0, 0, 0, 0},          // all zero
+      fixedRect(700, 800, 900, 1000), // wholly outside the media box
+      fixedRect(100, 100, 100, 500),  // no width
+      fixedRect(100, 300, 400, 300),  // no height
+      fixedRect(-200, -200, 0, 100),  // touches the media box at its edge only
+  };
+  for (const FixedRect &r : nothing) {
+    page->setCropBox(r);
+    EXPECT_RECT_NEAR(page->cropBox(), 36, 36, 576, 756, 0);
+  }
+  EXPECT_EQ(doc->flags(), 0);
+  doc->releasePage(page);
+}
+
+// An inverted box is judged normalised, and written as given when it shows
+// part of the page; so is one that reaches past the media box.
+TEST_F(ModelBoxes, SetCropBoxWritesAnInvertedOrOverhangingBoxAsGiven)
+{
+  auto doc = Document::open(write("inverted.pdf", {rectPage()}));
+  Page *page = doc->acquirePage(0);
+  FixedRect inverted = fixedRect(300, 400, 100, 200);
+  page->setCropBox(inverted);
+  EXPECT_RECT_EQ(page->cropBox(), inverted);
+  page->setCropBox(fixedRect(-50, 100, 500, 900));
+  EXPECT_RECT_NEAR(page->cropBox(), -50, 100, 500, 900, 0);
   doc->releasePage(page);
 }
 
@@ -218,18 +245,20 @@ TEST_F(ModelBoxes, ShownBoxIsTheCropBoxClippedToTheMediaBox)
 
 TEST_F(ModelBoxes, ShownBoxOfAnAllZeroCropBoxIsTheMediaBox)
 {
-  auto doc = Document::open(write("zero-shown.pdf", {rectPage({10, 20, 300, 400})}));
+  PageSpec s = rectPage({10, 20, 300, 400});
+  s.crop = Box{0, 0, 0, 0}; // as other programs may have written it
+  auto doc = Document::open(write("zero-shown.pdf", {s}));
   Page *page = doc->acquirePage(0);
-  page->setCropBox(FixedRect{0, 0, 0, 0});
   EXPECT_RECT_NEAR(page->shownBox(), 10, 20, 300, 400, 0);
   doc->releasePage(page);
 }
 
 TEST_F(ModelBoxes, ShownBoxOfACropBoxOutsideTheMediaBoxIsTheMediaBox)
 {
-  auto doc = Document::open(write("outside.pdf", {rectPage()}));
+  PageSpec s = rectPage();
+  s.crop = Box{700, 800, 900, 1000};
+  auto doc = Document::open(write("outside.pdf", {s}));
   Page *page = doc->acquirePage(0);
-  page->setCropBox(fixedRect(700, 800, 900, 1000));
   EXPECT_RECT_NEAR(page->shownBox(), 0, 0, 612, 792, 0);
   doc->releasePage(page);
 }

@@ -292,15 +292,15 @@ TEST_F(ModelSave, SaveUnderAPathWhoseParentIsAFileFails)
 
 TEST_F(ModelSave, FailedReplaceLeavesTheTargetAndNoTemporaryFile)
 {
-  // The target is a folder: the new file is written beside it, then the
-  // rename over it fails; the folder and the document's own file stay.
+  // The target is a folder: it is refused before anything is written; the
+  // folder and the document's own file stay.
   std::string p = write("doc.pdf", {rectPage()});
   std::string before = readFile(p);
   ::mkdir(path("target.pdf").c_str(), 0755);
   auto doc = Document::open(p);
   crop(*doc, 0, fixedRect(20, 30, 200, 300));
   std::string msg = saveFailure(*doc, path("target.pdf"));
-  EXPECT_NE(msg.find("cannot replace it"), std::string::npos) << msg;
+  EXPECT_NE(msg.find("it is a folder"), std::string::npos) << msg;
   EXPECT_EQ(readFile(p), before);
   auto names = listDir(dir_);
   std::sort(names.begin(), names.end());

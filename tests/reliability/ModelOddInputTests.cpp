@@ -232,9 +232,13 @@ TEST_F(ReliabilityModel, SaveAfterARepairThatLostTheCatalogIsRefusedAndTheFileKe
     ADD_FAILURE() << "saved a document that no longer reads back";
   } catch (const ModelError &e) {
     EXPECT_EQ(e.kind(), ModelErrorKind::SaveFailed);
-    EXPECT_EQ(std::string(e.what()),
-              "The document could not be saved to \"victim.pdf\": the written file does "
-              "not read back as the same document. The file on disk was not changed.");
+    EXPECT_EQ(
+        std::string(e.what()).rfind("The document could not be saved to \"victim.pdf\": the written file "
+                                    "does not read back as the same document (",
+                                    0),
+        0u)
+        << e.what();
+    EXPECT_TRUE(std::string(e.what()).find("The file on disk was not changed.") != std::string::npos);
   }
   EXPECT_EQ(rel::readFile(path("victim.pdf")), original);
   EXPECT_EQ(rel::listDir(dir.path()), std::vector<std::string>{"victim.pdf"});

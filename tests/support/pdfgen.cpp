@@ -1,6 +1,8 @@
 // pdfgen.cpp: the test PDF writer (see pdfgen.h).
 #include "pdfgen.h"
 
+#include <zlib.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -830,6 +832,65 @@ bool damageXrefOffsets(const std::string &path, int shift)
   std::ofstream f(path, std::ios::binary | std::ios::trunc);
   f.write(data.data(), static_cast<std::streamsize>(data.size()));
   return static_cast<bool>(f);
+}
+
+std::string rawPdf(const std::vector<std::string> &objects, const std::string &trailer,
+                   const std::string &header)
+{
+  std::string out = header;
+  std::vector<size_t> offsets;
+  for (size_t i = 0; i < objects.size(); ++i) {
+    offsets.push_back(out.size());
+    out += std::to_string(i + 1) + " 0 obj\n" + objects[i] + "\nendobj\n";
+  }
+  size_t xref = out.size();
+  out += "xref\n0 " + std::to_string(objects.size() + 1) + "\n0000000000 65535 f \n";
+  char line[32];
+  for (size_t o : offsets) {
+    std::snprintf(line, sizeof line, "%010zu 00000 n \n", o);
+    out += line;
+  }
+  out += "trailer\n<< /Size " + std::to_string(objects.size() + 1) + " " + trailer + " >>\nstartxref\n" +
+         std::to_string(xref) + "\n%%EOF\n";
+  return out;
+}
+
+std::string flateStream(const std::string &dict, const std::string &unit, size_t times)
+{
+  z_stream z{};
+  if (deflateInit(&z, Z_BEST_COMPRESSION) != Z_OK)
+    throw std::runtime_error("zlib cannot start");
+  std::string chunk;
+  while (chunk.size() < (1u << 16) && times > 0) {
+    chunk += unit;
+    --times;
+  }
+  size_t per = std::max<size_t>(1, chunk.size() / std::max<size_t>(1, unit.size()));
+  std::string packed;
+  std::vector<unsigned char> buf(1 << 16);
+  auto pump = [&](const std::string &in, int flush) {
+    z.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(in.data()));
+    z.avail_in = static_cast<uInt>(in.size());
+    do {
+      z.next_out = buf.data();
+      z.avail_out = static_cast<uInt>(buf.size());
+      deflate(&z, flush);
+      packed.append(reinterpret_cast<char *>(buf.data()), buf.size() - z.avail_out);
+    } while (z.avail_out == 0);
+  };
+  pump(chunk, Z_NO_FLUSH);
+  std::string whole = chunk;
+  while (times >= per) {
+    pump(whole, Z_NO_FLUSH);
+    times -= per;
+  }
+  std::string rest;
+  for (; times > 0; --times)
+    rest += unit;
+  pump(rest, Z_FINISH);
+  deflateEnd(&z);
+  return "<< " + dict + " /Length " + std::to_string(packed.size()) + " /Filter /FlateDecode >>\nstream\n" +
+         packed + "\nendstream";
 }
 
 } // namespace folio::pdfgen

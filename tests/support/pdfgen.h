@@ -168,6 +168,21 @@ bool encryptWithQpdf(const std::string &in, const std::string &out, const std::s
 // when the file has no classic xref table.
 bool damageXrefOffsets(const std::string &path, int shift = 7);
 
+// ---- hand-built files, for hostile input -------------------------------------
+
+// A whole PDF file of the objects given: object i + 1 is objects[i] (its body,
+// without "N 0 obj" and "endobj"), a classic xref table with exact offsets,
+// and a trailer dictionary of `trailer` (its entries, e.g. "/Root 1 0 R")
+// plus /Size. `header` starts the file.
+std::string rawPdf(const std::vector<std::string> &objects, const std::string &trailer,
+                   const std::string &header = "%PDF-1.7\n");
+
+// A stream object body: `dict` (entries without << >>) with /Length and
+// /Filter /FlateDecode added, and the bytes of `unit` repeated `times` times,
+// compressed. Compressed as it is produced, so a stream that expands to
+// gigabytes takes only its compressed size in memory.
+std::string flateStream(const std::string &dict, const std::string &unit, size_t times);
+
 // Number formatting used in the files (at most four decimals, no trailing
 // zeros, "-0" never written).
 std::string num(double v);

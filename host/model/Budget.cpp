@@ -1,0 +1,215 @@
+// Budget.cpp: counted engine allocations, deadlines and cancellation of the
+// work for one page (see Budget.h).
+#include "BudgetEngine.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+namespace folio::model {
+
+namespace {
+
+std::atomic<bool> gCancel{false};
+
+PageBudget &budgetSlot()
+{
+  static PageBudget b = [] {
+    PageBudget d;
+    if (const char *env = std::getenv("FOLIO_PAGE_BUDGET")) {
+      double s = 0, mb = 0;
+      if (std::sscanf(env, "%lf,%lf", &s, &mb) == 2 && s > 0 && mb > 0) {
+        d.seconds = s;
+        d.bytes = static_cast<size_t>(mb * 1024 * 1024);
+      }
+    }
+    return d;
+  }();
+  return b;
+}
+
+double nowSeconds()
+{
+  using namespace std::chrono;
+  return duration<double>(steady_clock::now().time_since_epoch()).count();
+}
+
+// Each block starts with a header that holds its size, aligned as malloc is.
+constexpr size_t kHeader = alignof(std::max_align_t) > sizeof(size_t) ? alignof(std::max_align_t)
+                                                                      : sizeof(size_t);
+
+} // namespace
+
+struct Meter {
+  size_t used = 0;     // bytes the engine holds now
+  int depth = 0;       // PageWorks running (nested)
+  size_t limit = 0;    // while one runs: used may not pass this
+  double deadline = 0; // while one runs: monotonic seconds
+  unsigned ticks = 0;  // allocations since the last look at the clock
+  PageWork::Stop stop = PageWork::Stop::None;
+  fz_cookie cookie{};
+
+  // True when the running work may go on; otherwise stops it.
+  bool mayGoOn(size_t more)
+  {
+    if (depth == 0)
+      return true;
+    if (stop == PageWork::Stop::None) {
+      if (gCancel.load(std::memory_order_relaxed))
+        stop = PageWork::Stop::Cancelled;
+      else if (more > limit || used > limit - more)
+        stop = PageWork::Stop::Memory;
+      else if ((++ticks & 63) == 0 && nowSeconds() > deadline)
+        stop = PageWork::Stop::Time;
+    }
+    if (stop != PageWork::Stop::None)
+      cookie.abort = 1;
+    return stop == PageWork::Stop::None;
+  }
+};
+
+namespace {
+
+void *meteredMalloc(void *user, size_t size)
+{
+  auto *m = static_cast<Meter *>(user);
+  if (size > SIZE_MAX - kHeader || !m->mayGoOn(size))
+    return nullptr;
+  auto *p = static_cast<unsigned char *>(std::malloc(size + kHeader));
+  if (!p)
+    return nullptr;
+  std::memcpy(p, &size, sizeof size);
+  m->used += size;
+  return p + kHeader;
+}
+
+void meteredFree(void *user, void *ptr)
+{
+  if (!ptr)
+    return;
+  auto *m = static_cast<Meter *>(user);
+  unsigned char *p = static_cast<unsigned char *>(ptr) - kHeader;
+  size_t size;
+  std::memcpy(&size, p, sizeof size);
+  m->used -= size;
+  std::free(p);
+}
+
+void *meteredRealloc(void *user, void *ptr, size_t size)
+{
+  if (!ptr)
+    return meteredMalloc(user, size);
+  if (size == 0) {
+    meteredFree(user, ptr);
+    return nullptr;
+  }
+  auto *m = static_cast<Meter *>(user);
+  unsigned char *p = static_cast<unsigned char *>(ptr) - kHeader;
+  size_t old;
+  std::memcpy(&old, p, sizeof old);
+  if (size > SIZE_MAX - kHeader || (size > old && !m->mayGoOn(size - old)))
+    return nullptr;
+  auto *q = static_cast<unsigned char *>(std::realloc(p, size + kHeader));
+  if (!q)
+    return nullptr;
+  std::memcpy(q, &size, sizeof size);
+  m->used = m->used - old + size;
+  return q + kHeader;
+}
+
+Meter *meterOf(fz_context *ctx)
+{
+  return ctx && ctx->alloc.malloc == meteredMalloc ? static_cast<Meter *>(ctx->alloc.user) : nullptr;
+}
+
+} // namespace
+
+PageBudget pageBudget()
+{
+  return budgetSlot();
+}
+
+void setPageBudget(const PageBudget &budget)
+{
+  budgetSlot() = budget;
+}
+
+fz_context *newMeteredContext()
+{
+  auto *m = new (std::nothrow) Meter();
+  if (!m)
+    return nullptr;
+  fz_alloc_context alloc{m, meteredMalloc, meteredRealloc, meteredFree};
+  fz_context *ctx = fz_new_context(&alloc, nullptr, FZ_STORE_DEFAULT);
+  if (!ctx)
+    delete m;
+  return ctx;
+}
+
+void dropMeteredContext(fz_context *ctx)
+{
+  if (!ctx)
+    return;
+  Meter *m = meterOf(ctx);
+  fz_drop_context(ctx);
+  delete m;
+}
+
+void cancelPageWork()
+{
+  gCancel.store(true, std::memory_order_relaxed);
+}
+
+void clearCancelPageWork()
+{
+  gCancel.store(false, std::memory_order_relaxed);
+}
+
+fz_cookie *pageWorkCookie(fz_context *ctx)
+{
+  Meter *m = meterOf(ctx);
+  return m && m->depth > 0 ? &m->cookie : nullptr;
+}
+
+PageWork::PageWork(fz_context *ctx) : meter_(meterOf(ctx)), outer_(meter_ && meter_->depth == 0)
+{
+  if (!meter_)
+    return;
+  if (outer_) {
+    PageBudget b = pageBudget();
+    meter_->cookie = fz_cookie{};
+    meter_->stop = Stop::None;
+    meter_->ticks = 0;
+    meter_->limit = meter_->used + b.bytes;
+    meter_->deadline = nowSeconds() + b.seconds;
+  }
+  ++meter_->depth;
+}
+
+PageWork::~PageWork()
+{
+  if (meter_)
+    --meter_->depth;
+}
+
+fz_cookie *PageWork::cookie()
+{
+  return meter_ ? &meter_->cookie : nullptr;
+}
+
+PageWork::Stop PageWork::stopped() const
+{
+  if (!meter_)
+    return Stop::None;
+  // A deadline passed without an allocation since is seen here too.
+  if (meter_->stop == Stop::None && gCancel.load(std::memory_order_relaxed))
+    return Stop::Cancelled;
+  if (meter_->stop == Stop::None && nowSeconds() > meter_->deadline)
+    return Stop::Time;
+  return meter_->stop;
+}
+
+} // namespace folio::model
