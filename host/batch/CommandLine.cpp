@@ -96,6 +96,12 @@ std::string usageText()
          "  confirm yes|no | cancel-at N | save [PATH] | revert | snapshot PATH.png | show-boxes\n"
          "  Points are in the current page's space (PDF points, y upwards); '#' starts a comment.\n"
          "\n"
+         "Configuration: $XDG_CONFIG_HOME/folio/folio.conf, or ~/.config/folio/folio.conf when\n"
+         "  XDG_CONFIG_HOME is unset, empty or relative (a relative value is ignored, as the XDG\n"
+         "  base-directory rules say); lines \"edition = editing|read-only\" and\n"
+         "  \"plugin-path = DIR:DIR\". The environment's FOLIO_EDITION and FOLIO_PLUGIN_PATH\n"
+         "  come after the file, the command line last.\n"
+         "\n"
          "Exit status: 0 success, 1 the run stopped (error or unanswered question; nothing is\n"
          "saved after that), 2 bad command line.\n";
 }
