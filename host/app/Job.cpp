@@ -77,7 +77,7 @@ int Job::run()
   batch::Options o;
   std::string why;
   if (!batch::parseCommandLine(argc_, argv_, o, why)) {
-    std::cerr << "folio: " << why << "\n"
+    std::cerr << "folio: " << batch::escapeControlBytes(why) << "\n"
               << "Try 'folio --help' for more information." << std::endl;
     return kExitUsage;
   }
@@ -114,7 +114,7 @@ int Job::run()
     } else {
       std::ifstream in(o.scriptPath, std::ios::binary);
       if (!in || !readAll(in, text)) {
-        std::cerr << "folio: cannot read the script " << o.scriptPath << std::endl;
+        std::cerr << "folio: cannot read the script " << batch::escapeControlBytes(o.scriptPath) << std::endl;
         return kExitRunFailed;
       }
     }
@@ -136,7 +136,8 @@ int Job::run()
   batch::Script script;
   batch::ParseError pe;
   if (!batch::parseScript(text, script, pe)) {
-    std::cerr << "folio: " << name << ":" << pe.line << ": " << pe.message << std::endl;
+    std::cerr << "folio: " << batch::escapeControlBytes(name) << ":" << pe.line << ": "
+              << batch::escapeControlBytes(pe.message) << std::endl;
     return kExitRunFailed;
   }
   return runBatch(o, script, name);

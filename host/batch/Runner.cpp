@@ -116,7 +116,10 @@ bool Runner::error(int line, const std::string &message)
   if (!failed_) {
     failed_ = true;
     out_.flush();
-    err_ << "folio: " << name_ << ":" << line << ": " << message << std::endl;
+    // Messages name files (the engine's and the model's too): nothing in
+    // them may drive the terminal.
+    err_ << "folio: " << escapeControlBytes(name_) << ":" << line << ": " << escapeControlBytes(message)
+         << std::endl;
   }
   return false;
 }
@@ -317,7 +320,7 @@ bool Runner::save(const Step &s)
     return false;
   if (!app_.saveDocument(*doc, s.hasText ? s.text : std::string()))
     return error(s.line, "the document was not saved");
-  out_ << "saved: " << (s.hasText ? s.text : doc->document().path()) << "\n";
+  out_ << "saved: " << escapeControlBytes(s.hasText ? s.text : doc->document().path()) << "\n";
   return true;
 }
 
@@ -338,7 +341,7 @@ bool Runner::revert(const Step &s)
   } catch (const model::ModelError &e) {
     return error(s.line, "revert: cannot open " + quoted(path) + " again: " + e.what());
   }
-  out_ << "reverted: " << path << "\n";
+  out_ << "reverted: " << escapeControlBytes(path) << "\n";
   return true;
 }
 
@@ -352,7 +355,7 @@ bool Runner::snapshot(const Step &s)
   std::string why;
   if (!v.writePng(s.text, &why))
     return error(s.line, "snapshot: " + why);
-  out_ << "snapshot: " << s.text << "\n";
+  out_ << "snapshot: " << escapeControlBytes(s.text) << "\n";
   return true;
 }
 
@@ -380,7 +383,8 @@ bool Runner::showBoxes(const Step &s)
 
 int Runner::ask(const view::Question &q)
 {
-  const std::string shown = "question: " + q.message + " [" + joinButtons(q.buttons) + "]";
+  const std::string shown =
+      "question: " + escapeControlBytes(q.message) + " [" + joinButtons(q.buttons) + "]";
   if (failed_)
     return 0;
   if (answers_.empty()) {
@@ -417,7 +421,7 @@ void Runner::note(const std::string &message)
     err_ << "\r\033[K";
     progShown_ = -1;
   }
-  out_ << "note: " << message << "\n";
+  out_ << "note: " << escapeControlBytes(message) << "\n";
   out_.flush();
 }
 
@@ -426,14 +430,14 @@ bool Runner::confirm(const std::string &message)
   if (failed_)
     return false;
   if (confirmations_.empty()) {
-    out_ << "confirm: " << message << " -> (no answer)\n";
+    out_ << "confirm: " << escapeControlBytes(message) << " -> (no answer)\n";
     error(currentLine_, "unanswered confirmation " + quoted(message) +
                             "; queue its answer with \"confirm yes|no\" before the action");
     return false;
   }
   Confirmation c = confirmations_.front();
   confirmations_.pop_front();
-  out_ << "confirm: " << message << " -> " << (c.yes ? "yes" : "no") << "\n";
+  out_ << "confirm: " << escapeControlBytes(message) << " -> " << (c.yes ? "yes" : "no") << "\n";
   return c.yes;
 }
 
