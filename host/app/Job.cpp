@@ -11,6 +11,7 @@
 #include "batch/CommandLine.h"
 #include "batch/Runner.h"
 #include "batch/Script.h"
+#include "core/Guard.h"
 
 namespace folio::app {
 
@@ -73,6 +74,20 @@ int runBatch(const batch::Options &o, const batch::Script &script, const std::st
 Job::Job(int argc, const char *const *argv) : argc_(argc), argv_(argv) {}
 
 int Job::run()
+{
+  // Whatever escapes the front end ends the run with a message and exit
+  // status 1, never an abort.
+  return guardCall(
+      int(kExitRunFailed), [&] { return runUnguarded(); }, reportFailure);
+}
+
+void reportFailure(const std::string &message)
+{
+  std::cout.flush();
+  std::cerr << "folio: " << batch::escapeControlBytes(message) << std::endl;
+}
+
+int Job::runUnguarded()
 {
   batch::Options o;
   std::string why;

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <sstream>
 
+#include "core/Guard.h"
 #include "model/ModelError.h"
 
 namespace folio::batch {
@@ -149,65 +150,66 @@ view::DocWindow *Runner::activeDoc(const Step &s)
 bool Runner::step(const Step &s)
 {
   bool ok = true;
-  try {
-    switch (s.op) {
-    case Op::Open:
-      ok = open(s);
-      break;
-    case Op::Page:
-      ok = goToPage(s);
-      break;
-    case Op::Zoom:
-      ok = zoom(s);
-      break;
-    case Op::Menu:
-      ok = menu(s);
-      break;
-    case Op::Button:
-      ok = button(s);
-      break;
-    case Op::Drag:
-    case Op::Click:
-      ok = pointer(s);
-      break;
-    case Op::Answer:
-      answers_.push_back({s.text, s.line});
-      break;
-    case Op::Confirm:
-      confirmations_.push_back({s.yes, s.line});
-      break;
-    case Op::CancelAt:
-      cancelAt_ = s.number;
-      polls_ = 0;
-      break;
-    case Op::Save:
-      ok = save(s);
-      break;
-    case Op::Revert:
-      ok = revert(s);
-      break;
-    case Op::Snapshot:
-      ok = snapshot(s);
-      break;
-    case Op::ShowBoxes:
-      ok = showBoxes(s);
-      break;
-    }
-  } catch (const std::exception &e) {
-    return error(s.line, e.what());
-  }
+  // Whatever a step throws stops the run with a message; nothing unwinds
+  // past the runner.
+  auto stop = [&](const std::string &message) { error(s.line, message); };
+  if (!guardRun([&] { ok = perform(s); }, stop))
+    return false;
   if (!ok || failed_)
     return false;
   if (interrupted_)
     return error(s.line, "interrupted: the command was cancelled and the run stops; nothing more is saved");
   // As the viewer repaints after every user action, so the page-view drawing
   // callbacks run between actions here too.
-  if (view::DocWindow *doc = app_.activeDocument())
-    doc->pageView().drawNow();
+  if (!guardRun(
+          [&] {
+            if (view::DocWindow *doc = app_.activeDocument())
+              doc->pageView().drawNow();
+          },
+          [&](const std::string &message) { error(s.line, "cannot show the page: " + message); }))
+    return false;
   // Queued answers belong to the action that follows them.
   if (s.op == Op::Menu || s.op == Op::Button || s.op == Op::Drag || s.op == Op::Click || s.op == Op::Revert)
     dropUnusedAnswers();
   return !failed_;
+}
+
+bool Runner::perform(const Step &s)
+{
+  switch (s.op) {
+  case Op::Open:
+    return open(s);
+  case Op::Page:
+    return goToPage(s);
+  case Op::Zoom:
+    return zoom(s);
+  case Op::Menu:
+    return menu(s);
+  case Op::Button:
+    return button(s);
+  case Op::Drag:
+  case Op::Click:
+    return pointer(s);
+  case Op::Answer:
+    answers_.push_back({s.text, s.line});
+    return true;
+  case Op::Confirm:
+    confirmations_.push_back({s.yes, s.line});
+    return true;
+  case Op::CancelAt:
+    cancelAt_ = s.number;
+    polls_ = 0;
+    return true;
+  case Op::Save:
+    return save(s);
+  case Op::Revert:
+    return revert(s);
+  case Op::Snapshot:
+    return snapshot(s);
+  case Op::ShowBoxes:
+    return showBoxes(s);
+  }
+  return true;
 }
 
 void Runner::dropUnusedAnswers()

@@ -67,6 +67,7 @@ public:
 private:
   // Steps.
   bool step(const Step &s);
+  bool perform(const Step &s);
   bool open(const Step &s);
   bool goToPage(const Step &s);
   bool zoom(const Step &s);

@@ -8,6 +8,7 @@
 // the window's pixel (x, y).
 #pragma once
 
+#include "core/Guard.h"
 #include "motif/DragLoops.h"
 #include "motif/FramePresenter.h"
 #include "motif/MotifViewer.h"
@@ -201,17 +202,17 @@ private:
 };
 
 // Runs a user action from an Xt callback. Nothing may unwind through the
-// toolkit's C frames: an exception is shown to the user as a note instead.
-template <class Fn> void guarded(view::Application &app, Fn &&fn)
+// toolkit's C frames: an exception is shown to the user as an alert instead
+// (the document stays as the action left it). True when fn() returned.
+template <class Fn> bool guarded(view::Application &app, Fn &&fn)
 {
-  try {
-    fn();
-  } catch (const std::exception &e) {
-    app.note(e.what());
-  } catch (...) {
-    app.note("An internal error stopped the command.");
-  }
+  return guardRun(std::forward<Fn>(fn), [&app](const std::string &message) { app.note(message); });
 }
+
+// What a refused command says on a document whose permissions forbid
+// modifying it.
+inline constexpr const char *kModifyForbiddenNote =
+    "The document does not allow changes (its permissions forbid modifying it).";
 
 // The modifier word of the view layer from an X key/button state.
 FSInt32 modifierWord(unsigned int state);

@@ -5,6 +5,7 @@
 #include "ModelTestSupport.h"
 
 #include <cstring>
+#include <stdexcept>
 
 #include "Handles.h"
 #include "PDModelTable.h"
@@ -183,6 +184,35 @@ TEST_F(ModelTables, SetCropBoxAndNotifyMarkTheDocumentAndTellObservers)
   EXPECT_EQ(recorder.pages, std::vector<int>{1});
   PDPageRelease(page);
   doc->removeObserver(&recorder);
+}
+
+TEST_F(ModelTables, EntriesAnswerTheirFailureResultWhenTheModelThrows)
+{
+  auto doc = Document::open(write("doc.pdf", {rectPage(), rectPage()}));
+  // An observer (the view, in the host) that fails while a change is told.
+  struct Failing : DocumentObserver {
+    int calls = 0;
+    void pageChanged(Document &, int) override
+    {
+      ++calls;
+      throw std::runtime_error("the view failed");
+    }
+  } failing;
+  doc->addObserver(&failing);
+  PDDoc pd = toPDDoc(doc.get());
+  PDPage page = PDDocAcquirePage(pd, 0);
+  ASSERT_NE(page, nullptr);
+  FixedRect r = fixedRect(72, 72, 300, 400);
+  PDPageSetCropBox(page, r); // returns: nothing crosses the entry
+  PDPageNotifyContentsDidChange(page);
+  EXPECT_GE(failing.calls, 1);
+  FixedRect back;
+  PDPageGetCropBox(page, &back);
+  EXPECT_RECT_EQ(back, r);
+  PDPageRelease(page);
+  // The model's own refusal (a page that is not there) is an exception too.
+  EXPECT_EQ(PDDocAcquirePage(pd, 2), nullptr);
+  doc->removeObserver(&failing);
 }
 
 TEST_F(ModelTables, PermissionWordOfAModifyForbiddenDocument)
