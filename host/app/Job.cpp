@@ -140,6 +140,10 @@ int Job::runUnguarded()
     break;
   case batch::Mode::Shortcut:
     name = shortcutFlag(o.shortcut);
+    if (o.passwordFromStdin && !batch::readPasswordLine(std::cin, o)) {
+      std::cerr << "folio: --password -: no password on standard input" << std::endl;
+      return kExitRunFailed;
+    }
     text = batch::shortcutScript(o);
     if (o.printScript) {
       std::cout << text;

@@ -64,6 +64,9 @@ FVRect normalised(long l, long t, long r, long b)
 
 } // namespace
 
+const char *const kModifyForbidden =
+    "the document does not allow changes (its permissions forbid modifying it)";
+
 std::string formatFixed(Fixed value)
 {
   char buf[32];
@@ -226,9 +229,14 @@ bool Runner::open(const Step &s)
 {
   password_ = s.password;
   havePassword_ = !s.password.empty();
+  passwordAsked_ = false;
   try {
     view::DocWindow &doc = app_.openDocument(s.text);
-    out_ << "opened: " << s.text << " (" << doc.pageView().pageCount() << " pages)\n";
+    out_ << "opened: " << escapeControlBytes(s.text) << " (" << doc.pageView().pageCount() << " pages)\n";
+    const model::Document &d = doc.document();
+    if (havePassword_ && !passwordAsked_ && d.isEncrypted() && !d.openedAsOwner())
+      note("the password given is not the owner password of " + quoted(s.text) +
+           "; the document has the permissions it grants without one");
   } catch (const model::ModelError &e) {
     havePassword_ = false;
     return error(s.line, "cannot open " + quoted(s.text) + ": " + e.what());
@@ -264,7 +272,7 @@ bool Runner::menu(const Step &s)
   if (!item)
     return error(s.line, "no menu item named " + quoted(s.text));
   if (!item->isEnabled())
-    return error(s.line, "menu item " + quoted(s.text) + " is disabled");
+    return error(s.line, "menu item " + quoted(s.text) + " is disabled" + whyDisabled());
   item->execute();
   return !failed_;
 }
@@ -275,9 +283,19 @@ bool Runner::button(const Step &s)
   if (!b)
     return error(s.line, "no tool bar button named " + quoted(s.text));
   if (!b->isEnabled())
-    return error(s.line, "tool bar button " + quoted(s.text) + " is disabled");
+    return error(s.line, "tool bar button " + quoted(s.text) + " is disabled" + whyDisabled());
   b->execute();
   return !failed_;
+}
+
+std::string Runner::whyDisabled()
+{
+  // A command that changes pages is disabled on a document whose
+  // permissions forbid modifying it: say so, not only that it is disabled.
+  view::DocWindow *doc = app_.activeDocument();
+  if (doc && (doc->document().permissions() & pdPermEdit) == 0)
+    return ": " + std::string(kModifyForbidden);
+  return std::string();
 }
 
 bool Runner::pointer(const Step &s)
@@ -571,6 +589,14 @@ std::optional<std::string> Runner::askPassword(const std::string &, int attempt)
   // The same password on every attempt: when it is wrong, the model tries it
   // up to its limit and then says that it is wrong (not that none was given).
   (void)attempt;
+  passwordAsked_ = true;
+  if (!havePassword_)
+    return std::nullopt;
+  return password_;
+}
+
+std::optional<std::string> Runner::givenPassword(const std::string &)
+{
   if (!havePassword_)
     return std::nullopt;
   return password_;

@@ -174,7 +174,8 @@ class ViewerPorts : public view::AlertPort,
                     public view::DragPort,
                     public view::ModifierPort,
                     public view::CursorPort,
-                    public view::PresentPort {
+                    public view::PresentPort,
+                    public view::PasswordPort {
 public:
   explicit ViewerPorts(Viewer::Impl &viewer) : v_(viewer) {}
   view::Ports ports();
@@ -194,6 +195,7 @@ public:
   void setCursor(FVCursor cursor) override;
   FVCursor standardCursor(FSInt32 cursorID) override;
   void present(view::PageView &view, const FVRect &area) override;
+  std::optional<std::string> askPassword(const std::string &path, int attempt) override;
 
 private:
   DragContext dragContext(view::PageView &view, const FVRect *extrema);

@@ -414,6 +414,9 @@ void Viewer::Impl::updateStatus()
     text = buf;
     text += points(crop.left) + " " + points(crop.bottom) + " " + points(crop.right) + " " +
             points(crop.top) + " pt";
+    // Why the crop commands are disabled on such a document.
+    if ((shown->document().permissions() & pdPermEdit) == 0)
+      text += "     Changes not allowed: the document's permissions forbid modifying it";
   } else {
     text = "No document";
   }

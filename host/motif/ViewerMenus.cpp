@@ -6,6 +6,7 @@
 #include "ViewerImpl.h"
 
 #include "motif/WindowNames.h"
+#include "view/DocWindow.h"
 #include "view/Menus.h"
 #include "view/ToolBar.h"
 
@@ -315,7 +316,12 @@ bool Viewer::Impl::runShortcut(char key, FSInt16 flags)
       break;
   if (!found)
     return false;
-  guarded(app, [&] { found->runAsUser(); });
+  guarded(app, [&] {
+    // A shortcut to a command that the document's permissions disable says
+    // why nothing happens.
+    if (!found->runAsUser() && shown && (shown->document().permissions() & pdPermEdit) == 0)
+      app.note(kModifyForbiddenNote);
+  });
   return true;
 }
 

@@ -226,6 +226,22 @@ TEST_F(ModelTables, PermissionWordOfAModifyForbiddenDocument)
   EXPECT_EQ(perms & pdPermPrint, static_cast<FSUns32>(pdPermPrint));
 }
 
+TEST_F(ModelTables, AnOwnerPasswordGivenForAFileThatOpensWithoutOneGrantsEveryPermission)
+{
+  std::string plain = write("plain.pdf", {rectPage()});
+  ASSERT_TRUE(pdfgen::encryptWithQpdf(plain, path("locked.pdf"), "", "owner", false));
+  auto restricted = Document::open(path("locked.pdf"));
+  EXPECT_EQ(PDDocGetPermissions(toPDDoc(restricted.get())) & pdPermEdit, 0u);
+  FixedPasswordPort wrong("guess");
+  auto stillRestricted = Document::open(path("locked.pdf"), &wrong);
+  EXPECT_FALSE(stillRestricted->openedAsOwner());
+  EXPECT_EQ(PDDocGetPermissions(toPDDoc(stillRestricted.get())) & pdPermEdit, 0u);
+  FixedPasswordPort owner("owner");
+  auto full = Document::open(path("locked.pdf"), &owner);
+  EXPECT_TRUE(full->openedAsOwner());
+  EXPECT_EQ(PDDocGetPermissions(toPDDoc(full.get())), static_cast<FSUns32>(pdPermAll));
+}
+
 TEST_F(ModelTables, NullHandlesGiveTheFailureResults)
 {
   EXPECT_EQ(PDDocGetNumPages(nullptr), 0);
