@@ -12,6 +12,7 @@
 #include "batch/CommandLine.h"
 #include "batch/Runner.h"
 #include "batch/Script.h"
+#include "core/Guard.h"
 
 namespace folio::app {
 
@@ -70,10 +71,24 @@ Job::Job(int argc, const char *const *argv) : argc_(argc), argv_(argv) {}
 
 int Job::run()
 {
+  // Whatever escapes the front end ends the run with a message and exit
+  // status 1, never an abort.
+  return guardCall(
+      int(kExitRunFailed), [&] { return runUnguarded(); }, reportFailure);
+}
+
+void reportFailure(const std::string &message)
+{
+  std::cout.flush();
+  std::cerr << "folio: " << batch::escapeControlBytes(message) << std::endl;
+}
+
+int Job::runUnguarded()
+{
   batch::Options o;
   std::string why;
   if (!batch::parseCommandLine(argc_, argv_, o, why)) {
-    std::cerr << "folio: " << why << "\n"
+    std::cerr << "folio: " << batch::escapeControlBytes(why) << "\n"
               << "Try 'folio --help' for more information." << std::endl;
     return kExitUsage;
   }
@@ -103,7 +118,7 @@ int Job::run()
     } else {
       std::ifstream in(o.scriptPath, std::ios::binary);
       if (!in || !readAll(in, text)) {
-        std::cerr << "folio: cannot read the script " << o.scriptPath << std::endl;
+        std::cerr << "folio: cannot read the script " << batch::escapeControlBytes(o.scriptPath) << std::endl;
         return kExitRunFailed;
       }
     }
@@ -114,6 +129,10 @@ int Job::run()
     break;
   case batch::Mode::Shortcut:
     name = shortcutFlag(o.shortcut);
+    if (o.passwordFromStdin && !batch::readPasswordLine(std::cin, o)) {
+      std::cerr << "folio: --password -: no password on standard input" << std::endl;
+      return kExitRunFailed;
+    }
     text = batch::shortcutScript(o);
     if (o.printScript) {
       std::cout << text;
@@ -129,7 +148,8 @@ int Job::run()
   batch::Script script;
   batch::ParseError pe;
   if (!batch::parseScript(text, script, pe)) {
-    std::cerr << "folio: " << name << ":" << pe.line << ": " << pe.message << std::endl;
+    std::cerr << "folio: " << batch::escapeControlBytes(name) << ":" << pe.line << ": "
+              << batch::escapeControlBytes(pe.message) << std::endl;
     return kExitRunFailed;
   }
   return runBatch(o, script, name);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <string>
 
 namespace folio::app {
 
@@ -13,10 +14,12 @@ enum ExitCode { kExitOk = 0, kExitRunFailed = 1, kExitUsage = 2 };
 class Job {
 public:
   Job(int argc, const char *const *argv);
-  // Runs the job; the process's exit code.
+  // Runs the job; the process's exit code. Never throws: an exception
+  // from any layer is reported on standard error and gives kExitRunFailed.
   int run();
 
 private:
+  int runUnguarded();
   int argc_;
   const char *const *argv_;
 };
@@ -24,4 +27,8 @@ private:
 // The interactive viewer's entry, when this build has one: opens `file`
 // (may be empty) in a viewer on the session; returns the exit code. Defined
 // by the viewer glue (ViewerEntry.cpp).
+
+// Writes "folio: MESSAGE" to standard error (after flushing standard
+// output): how a failure that stopped the program is reported.
+void reportFailure(const std::string &message);
 } // namespace folio::app

@@ -9,6 +9,7 @@
 #include "PDModelTable.h"
 #include "SupportTable.h"
 #include "UnixTable.h"
+#include "batch/Script.h"
 #include "core/Configuration.h"
 #include "core/PluginLoader.h"
 #include "core/TableRegistry.h"
@@ -77,12 +78,12 @@ bool Session::loadPlugins(std::ostream &report)
 {
   Configuration &config = configuration();
   for (const std::string &w : config.warnings())
-    report << "config: " << w << "\n";
+    report << "config: " << batch::escapeControlBytes(w) << "\n";
   loader_ = std::make_unique<PluginLoader>(coreTable());
   loader_->loadAll(config.pluginSources());
   bool allOk = true;
   for (const LoadRecord &r : loader_->report()) {
-    report << "load: " << r.message << "\n";
+    report << "load: " << batch::escapeControlBytes(r.message) << "\n";
     allOk = allOk && r.ok;
   }
   report.flush();

@@ -9,11 +9,13 @@
 //   folio [...] --crop-region "L B R T" [--pages all|current] IN.pdf -o OUT.pdf
 //   folio [...] --reset-media-box all|current IN.pdf -o OUT.pdf
 //
-// Shortcuts take --page N (the current page, 1-based; default 1),
+// Shortcuts take --password PW (the input's password; "-" reads it from the
+// first line of standard input), --page N (the current page, 1-based; default 1),
 // --orientation skip|crop (the answer to the orientation question of a region
 // crop) and --print-script (print the script instead of running it).
 #pragma once
 
+#include <istream>
 #include <string>
 #include <vector>
 
@@ -40,7 +42,13 @@ struct Options {
   std::string input;               // IN.pdf
   std::string output;              // -o OUT.pdf
   bool printScript = false;        // --print-script
+  std::string password;            // --password PW (after readPasswordFromStdin: the password itself)
+  bool passwordFromStdin = false;  // --password -
 };
+
+// Reads the password of `--password -` from the first line of `in` (without
+// its line end) into options.password. False when nothing could be read.
+bool readPasswordLine(std::istream &in, Options &options);
 
 // Parses argv. False with a one-line message (without the program name) on
 // bad input; --help gives true with mode Help.

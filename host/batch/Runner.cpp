@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "model/Budget.h"
+#include "core/Guard.h"
 #include "model/ModelError.h"
 
 namespace folio::batch {
@@ -66,6 +67,9 @@ FVRect normalised(long l, long t, long r, long b)
 
 } // namespace
 
+const char *const kModifyForbidden =
+    "the document does not allow changes (its permissions forbid modifying it)";
+
 std::string formatFixed(Fixed value)
 {
   char buf[32];
@@ -120,7 +124,10 @@ bool Runner::error(int line, const std::string &message)
   if (!failed_) {
     failed_ = true;
     out_.flush();
-    err_ << "folio: " << name_ << ":" << line << ": " << message << std::endl;
+    // Messages name files (the engine's and the model's too): nothing in
+    // them may drive the terminal.
+    err_ << "folio: " << escapeControlBytes(name_) << ":" << line << ": " << escapeControlBytes(message)
+         << std::endl;
   }
   return false;
 }
@@ -150,59 +157,11 @@ view::DocWindow *Runner::activeDoc(const Step &s)
 bool Runner::step(const Step &s)
 {
   bool ok = true;
-  try {
-    switch (s.op) {
-    case Op::Open:
-      ok = open(s);
-      break;
-    case Op::Page:
-      ok = goToPage(s);
-      break;
-    case Op::Zoom:
-      ok = zoom(s);
-      break;
-    case Op::Menu:
-      ok = menu(s);
-      break;
-    case Op::Button:
-      ok = button(s);
-      break;
-    case Op::Drag:
-    case Op::Click:
-      ok = pointer(s);
-      break;
-    case Op::Answer:
-      answers_.push_back({s.text, s.line});
-      break;
-    case Op::Confirm:
-      confirmations_.push_back({s.yes, s.line});
-      break;
-    case Op::CancelAt:
-      cancelAt_ = s.number;
-      polls_ = 0;
-      break;
-    case Op::Save:
-      ok = save(s);
-      break;
-    case Op::Revert:
-      ok = revert(s);
-      break;
-    case Op::Snapshot:
-      ok = snapshot(s);
-      break;
-    case Op::ShowBoxes:
-      ok = showBoxes(s);
-      break;
-    }
-    if (ok && !failed_ && !interrupted_) {
-      // As the viewer repaints after every user action, so the page-view
-      // drawing callbacks run between actions here too.
-      if (view::DocWindow *doc = app_.activeDocument())
-        doc->pageView().drawNow();
-    }
-  } catch (const std::exception &e) {
-    return error(s.line, e.what());
-  }
+  // Whatever a step throws stops the run with a message; nothing unwinds
+  // past the runner.
+  auto stop = [&](const std::string &message) { error(s.line, message); };
+  if (!guardRun([&] { ok = perform(s); }, stop))
+    return false;
   if (!ok || failed_)
     return false;
   if (gInterrupted) {
@@ -213,10 +172,57 @@ bool Runner::step(const Step &s)
   }
   if (interrupted_)
     return error(s.line, "interrupted: the command was cancelled and the run stops; nothing more is saved");
+  // As the viewer repaints after every user action, so the page-view drawing
+  // callbacks run between actions here too.
+  if (!guardRun(
+          [&] {
+            if (view::DocWindow *doc = app_.activeDocument())
+              doc->pageView().drawNow();
+          },
+          [&](const std::string &message) { error(s.line, "cannot show the page: " + message); }))
+    return false;
   // Queued answers belong to the action that follows them.
   if (s.op == Op::Menu || s.op == Op::Button || s.op == Op::Drag || s.op == Op::Click || s.op == Op::Revert)
     dropUnusedAnswers();
   return !failed_;
+}
+
+bool Runner::perform(const Step &s)
+{
+  switch (s.op) {
+  case Op::Open:
+    return open(s);
+  case Op::Page:
+    return goToPage(s);
+  case Op::Zoom:
+    return zoom(s);
+  case Op::Menu:
+    return menu(s);
+  case Op::Button:
+    return button(s);
+  case Op::Drag:
+  case Op::Click:
+    return pointer(s);
+  case Op::Answer:
+    answers_.push_back({s.text, s.line});
+    return true;
+  case Op::Confirm:
+    confirmations_.push_back({s.yes, s.line});
+    return true;
+  case Op::CancelAt:
+    cancelAt_ = s.number;
+    polls_ = 0;
+    return true;
+  case Op::Save:
+    return save(s);
+  case Op::Revert:
+    return revert(s);
+  case Op::Snapshot:
+    return snapshot(s);
+  case Op::ShowBoxes:
+    return showBoxes(s);
+  }
+  return true;
 }
 
 void Runner::dropUnusedAnswers()
@@ -233,11 +239,16 @@ bool Runner::open(const Step &s)
 {
   password_ = s.password;
   havePassword_ = !s.password.empty();
+  passwordAsked_ = false;
   try {
     view::DocWindow &doc = app_.openDocument(s.text);
     // Nothing here needs the page's pixels until a snapshot.
     doc.pageView().setShowsContents(false);
-    out_ << "opened: " << s.text << " (" << doc.pageView().pageCount() << " pages)\n";
+    out_ << "opened: " << escapeControlBytes(s.text) << " (" << doc.pageView().pageCount() << " pages)\n";
+    const model::Document &d = doc.document();
+    if (havePassword_ && !passwordAsked_ && d.isEncrypted() && !d.openedAsOwner())
+      note("the password given is not the owner password of " + quoted(s.text) +
+           "; the document has the permissions it grants without one");
   } catch (const model::ModelError &e) {
     havePassword_ = false;
     return error(s.line, "cannot open " + quoted(s.text) + ": " + e.what());
@@ -273,7 +284,7 @@ bool Runner::menu(const Step &s)
   if (!item)
     return error(s.line, "no menu item named " + quoted(s.text));
   if (!item->isEnabled())
-    return error(s.line, "menu item " + quoted(s.text) + " is disabled");
+    return error(s.line, "menu item " + quoted(s.text) + " is disabled" + whyDisabled());
   item->execute();
   return !failed_;
 }
@@ -284,9 +295,19 @@ bool Runner::button(const Step &s)
   if (!b)
     return error(s.line, "no tool bar button named " + quoted(s.text));
   if (!b->isEnabled())
-    return error(s.line, "tool bar button " + quoted(s.text) + " is disabled");
+    return error(s.line, "tool bar button " + quoted(s.text) + " is disabled" + whyDisabled());
   b->execute();
   return !failed_;
+}
+
+std::string Runner::whyDisabled()
+{
+  // A command that changes pages is disabled on a document whose
+  // permissions forbid modifying it: say so, not only that it is disabled.
+  view::DocWindow *doc = app_.activeDocument();
+  if (doc && (doc->document().permissions() & pdPermEdit) == 0)
+    return ": " + std::string(kModifyForbidden);
+  return std::string();
 }
 
 bool Runner::pointer(const Step &s)
@@ -332,7 +353,7 @@ bool Runner::save(const Step &s)
   std::string why;
   if (!app_.saveDocument(*doc, s.hasText ? s.text : std::string(), &why))
     return error(s.line, why.empty() ? std::string("the document was not saved") : why);
-  out_ << "saved: " << (s.hasText ? s.text : doc->document().path()) << "\n";
+  out_ << "saved: " << escapeControlBytes(s.hasText ? s.text : doc->document().path()) << "\n";
   return true;
 }
 
@@ -354,7 +375,7 @@ bool Runner::revert(const Step &s)
   } catch (const model::ModelError &e) {
     return error(s.line, "revert: cannot open " + quoted(path) + " again: " + e.what());
   }
-  out_ << "reverted: " << path << "\n";
+  out_ << "reverted: " << escapeControlBytes(path) << "\n";
   return true;
 }
 
@@ -372,7 +393,7 @@ bool Runner::snapshot(const Step &s)
   std::string why;
   if (!v.writePng(s.text, &why))
     return error(s.line, "snapshot: " + why);
-  out_ << "snapshot: " << s.text << "\n";
+  out_ << "snapshot: " << escapeControlBytes(s.text) << "\n";
   return true;
 }
 
@@ -400,7 +421,8 @@ bool Runner::showBoxes(const Step &s)
 
 int Runner::ask(const view::Question &q)
 {
-  const std::string shown = "question: " + q.message + " [" + joinButtons(q.buttons) + "]";
+  const std::string shown =
+      "question: " + escapeControlBytes(q.message) + " [" + joinButtons(q.buttons) + "]";
   if (failed_)
     return 0;
   if (answers_.empty()) {
@@ -437,7 +459,7 @@ void Runner::note(const std::string &message)
     err_ << "\r\033[K";
     progShown_ = -1;
   }
-  out_ << "note: " << message << "\n";
+  out_ << "note: " << escapeControlBytes(message) << "\n";
   out_.flush();
 }
 
@@ -446,14 +468,14 @@ bool Runner::confirm(const std::string &message)
   if (failed_)
     return false;
   if (confirmations_.empty()) {
-    out_ << "confirm: " << message << " -> (no answer)\n";
+    out_ << "confirm: " << escapeControlBytes(message) << " -> (no answer)\n";
     error(currentLine_, "unanswered confirmation " + quoted(message) +
                             "; queue its answer with \"confirm yes|no\" before the action");
     return false;
   }
   Confirmation c = confirmations_.front();
   confirmations_.pop_front();
-  out_ << "confirm: " << message << " -> " << (c.yes ? "yes" : "no") << "\n";
+  out_ << "confirm: " << escapeControlBytes(message) << " -> " << (c.yes ? "yes" : "no") << "\n";
   return c.yes;
 }
 
@@ -586,6 +608,14 @@ std::optional<std::string> Runner::askPassword(const std::string &, int attempt)
   // The same password on every attempt: when it is wrong, the model tries it
   // up to its limit and then says that it is wrong (not that none was given).
   (void)attempt;
+  passwordAsked_ = true;
+  if (!havePassword_)
+    return std::nullopt;
+  return password_;
+}
+
+std::optional<std::string> Runner::givenPassword(const std::string &)
+{
   if (!havePassword_)
     return std::nullopt;
   return password_;

@@ -67,6 +67,7 @@ public:
 private:
   // Steps.
   bool step(const Step &s);
+  bool perform(const Step &s);
   bool open(const Step &s);
   bool goToPage(const Step &s);
   bool zoom(const Step &s);
@@ -100,6 +101,10 @@ private:
   FSInt32 modifiers() override;
   // PasswordPort
   std::optional<std::string> askPassword(const std::string &path, int attempt) override;
+  std::optional<std::string> givenPassword(const std::string &path) override;
+  // ": why" when a disabled command is disabled by the document's
+  // permissions; empty otherwise.
+  std::string whyDisabled();
 
   void drawProgress(bool final);
 
@@ -128,6 +133,7 @@ private:
   long polls_ = 0;    // polls since the last cancel-at
   std::string password_;
   bool havePassword_ = false;
+  bool passwordAsked_ = false; // the open needed a password (not only the owner's)
 
   // The pointer while a drag or click runs: release point, modifier word.
   bool pointerActive_ = false;
@@ -137,6 +143,10 @@ private:
   FSInt32 progDuration_ = 0, progValue_ = 0;
   int progShown_ = -1;
 };
+
+// The reason given when a command is refused because the document's
+// permissions forbid modifying it.
+extern const char *const kModifyForbidden;
 
 // "612" / "10.5" / "-3.25": a Fixed in points with at most four decimals.
 std::string formatFixed(Fixed value);

@@ -98,6 +98,24 @@ bool parseCoordinates(const std::vector<std::string> &words, size_t count, int l
 
 } // namespace
 
+std::string escapeControlBytes(std::string_view text)
+{
+  std::string out;
+  out.reserve(text.size());
+  for (char ch : text) {
+    unsigned char c = static_cast<unsigned char>(ch);
+    if (c < 0x20 || c == 0x7f) {
+      static const char hex[] = "0123456789abcdef";
+      out += "\\x";
+      out += hex[c >> 4];
+      out += hex[c & 15];
+    } else {
+      out += ch;
+    }
+  }
+  return out;
+}
+
 std::string quoteForMessage(std::string_view word)
 {
   constexpr size_t kMaxShown = 64;
@@ -110,22 +128,7 @@ std::string quoteForMessage(std::string_view word)
       --n;
     cut = true;
   }
-  std::string out = "\"";
-  for (size_t i = 0; i < n; ++i) {
-    unsigned char c = static_cast<unsigned char>(word[i]);
-    if (c < 0x20 || c == 0x7f) {
-      static const char hex[] = "0123456789abcdef";
-      out += "\\x";
-      out += hex[c >> 4];
-      out += hex[c & 15];
-    } else {
-      out += char(c);
-    }
-  }
-  if (cut)
-    out += "...";
-  out += '"';
-  return out;
+  return "\"" + escapeControlBytes(word.substr(0, n)) + (cut ? "...\"" : "\"");
 }
 
 const char *opName(Op op)

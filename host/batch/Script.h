@@ -93,6 +93,12 @@ bool splitWords(std::string_view line, std::vector<std::string> &words, std::str
 // backslashes or empty), so that splitWords gives it back unchanged.
 std::string quoteWord(std::string_view word);
 
+// Text as it may reach a terminal: every control byte (below 0x20, and
+// 0x7f: escape, carriage return, line feed, ...) written as \xNN, the rest
+// unchanged. Everything folio prints that comes from outside (file names,
+// script words, engine messages that name a file) goes through it.
+std::string escapeControlBytes(std::string_view text);
+
 // A word as an error message shows it: in double quotes, control bytes
 // written as \xNN (nothing from a script may drive the user's terminal),
 // and cut after 64 bytes with "..." (a message names a word, it does not

@@ -93,7 +93,10 @@ ConfigInputs ConfigInputs::fromProcess()
   in.pluginPath = env("FOLIO_PLUGIN_PATH");
   auto xdg = env("XDG_CONFIG_HOME");
   auto home = env("HOME");
-  if (xdg && !xdg->empty())
+  // The XDG base-directory rules: a relative value is invalid and ignored
+  // (else a folio started in a folder holding folio/folio.conf would load
+  // the plug-ins that file names).
+  if (xdg && !xdg->empty() && (*xdg)[0] == '/')
     in.configFile = *xdg + "/folio/folio.conf";
   else if (home && !home->empty())
     in.configFile = *home + "/.config/folio/folio.conf";

@@ -209,6 +209,16 @@ std::unique_ptr<Document> Document::open(const std::string &path, PasswordPort *
     engineCall(d.ctx, ModelErrorKind::Engine, "Cannot check the password",
                [&] { ok = pdf_authenticate_password(d.ctx, d.doc, ""); });
     d.owner = (ok & 4) != 0;
+    // A password given anyway is the owner's: with it every permission.
+    std::optional<std::string> given = !d.owner && passwords ? passwords->givenPassword(path) : std::nullopt;
+    if (given && !given->empty()) {
+      engineCall(d.ctx, ModelErrorKind::Engine, "Cannot check the password",
+                 [&] { ok = pdf_authenticate_password(d.ctx, d.doc, given->c_str()); });
+      if (ok & 4) {
+        d.owner = true;
+        d.password = *given;
+      }
+    }
   }
 
   try {

@@ -18,6 +18,12 @@ public:
   // an attempt above 1 means that the previous answer was wrong. Return
   // nullopt to give up (the open then fails with PasswordRequired).
   virtual std::optional<std::string> askPassword(const std::string &path, int attempt) = 0;
+
+  // A password the user gave beforehand (a script's `open F PASSWORD`, the
+  // command line's --password), for a file that opens without one: it is
+  // tried as the owner password, which grants every permission. Nothing by
+  // default: an interactive front end does not ask when it need not.
+  virtual std::optional<std::string> givenPassword(const std::string &) { return std::nullopt; }
 };
 
 // A port that offers the same fixed password once (scripts, tests).
@@ -30,6 +36,7 @@ public:
       return std::nullopt;
     return password_;
   }
+  std::optional<std::string> givenPassword(const std::string &) override { return password_; }
 
 private:
   std::string password_;

@@ -7,7 +7,10 @@
 #include <Xm/Label.h>
 #include <Xm/Protocols.h>
 #include <Xm/PushB.h>
+#include <Xm/SelectioB.h>
+#include <Xm/TextF.h>
 
+#include <algorithm>
 #include <chrono>
 
 namespace folio::motif {
@@ -52,7 +55,78 @@ Pixmap symbolFor(Widget w, DialogIcon icon)
   return p == XmUNSPECIFIED_PIXMAP ? 0 : p;
 }
 
+struct PasswordState {
+  int done = 0;      // 1 OK, 2 Cancel or closed
+  std::string typed; // what was typed; the field shows only '*'
+};
+
+// Keeps the typed text aside and lets the field show a '*' for each
+// character. Positions are the field's; a pasted or typed run replaces the
+// selected range.
+void onPasswordModify(Widget, XtPointer client, XtPointer call)
+{
+  auto *state = static_cast<PasswordState *>(client);
+  auto *cbs = static_cast<XmTextVerifyCallbackStruct *>(call);
+  if (!cbs || !cbs->text)
+    return;
+  size_t size = state->typed.size();
+  size_t start = std::min(static_cast<size_t>(std::max<long>(cbs->startPos, 0)), size);
+  size_t end = std::min(static_cast<size_t>(std::max<long>(cbs->endPos, 0)), size);
+  if (end < start)
+    end = start;
+  const int length = std::max(cbs->text->length, 0);
+  std::string inserted(cbs->text->ptr ? cbs->text->ptr : "", static_cast<size_t>(length));
+  state->typed.replace(start, end - start, inserted);
+  for (int i = 0; i < length; ++i)
+    cbs->text->ptr[i] = '*';
+}
+
 } // namespace
+
+bool askPassword(Widget parent, const std::string &title, const std::string &message, std::string &password)
+{
+  Widget dialog = XmCreatePromptDialog(parent, const_cast<char *>("password"), nullptr, 0);
+  Widget shell = XtParent(dialog);
+  XmString m = makeString(message);
+  XmString t = makeString(title);
+  XtVaSetValues(dialog, XmNselectionLabelString, m, XmNdialogTitle, t, XmNdialogStyle,
+                XmDIALOG_FULL_APPLICATION_MODAL, XmNautoUnmanage, False, NULL);
+  XmStringFree(m);
+  XmStringFree(t);
+  XtUnmanageChild(XmSelectionBoxGetChild(dialog, XmDIALOG_HELP_BUTTON));
+  PasswordState state;
+  XtAddCallback(
+      dialog, XmNokCallback,
+      [](Widget, XtPointer c, XtPointer) { static_cast<PasswordState *>(c)->done = 1; }, &state);
+  XtAddCallback(
+      dialog, XmNcancelCallback,
+      [](Widget, XtPointer c, XtPointer) { static_cast<PasswordState *>(c)->done = 2; }, &state);
+  XtVaSetValues(shell, XmNdeleteResponse, XmDO_NOTHING, NULL);
+  Atom wmDelete = XmInternAtom(XtDisplay(shell), const_cast<char *>("WM_DELETE_WINDOW"), False);
+  XmAddWMProtocolCallback(
+      shell, wmDelete, [](Widget, XtPointer c, XtPointer) { static_cast<PasswordState *>(c)->done = 2; },
+      &state);
+  Widget text = XmSelectionBoxGetChild(dialog, XmDIALOG_TEXT);
+  XtVaSetValues(text, XmNcolumns, 24, NULL);
+  XtAddCallback(text, XmNmodifyVerifyCallback, onPasswordModify, &state);
+  XtManageChild(dialog);
+  nameWindow(shell, title.c_str());
+  nameWindow(text, "password");
+  focusWhenViewable(shell, text);
+  XtAppContext app = XtWidgetToApplicationContext(dialog);
+  while (!state.done)
+    XtAppProcessEvent(app, XtIMAll);
+  XtUnmanageChild(dialog);
+  XtDestroyWidget(shell);
+  XSync(XtDisplay(parent), False);
+  if (state.done != 1) {
+    std::fill(state.typed.begin(), state.typed.end(), '\0');
+    return false;
+  }
+  password = state.typed;
+  std::fill(state.typed.begin(), state.typed.end(), '\0');
+  return true;
+}
 
 void focusWhenViewable(Widget shell, Widget initial)
 {

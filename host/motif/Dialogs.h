@@ -31,6 +31,13 @@ void showNote(Widget parent, const std::string &title, const std::string &messag
 // Asks `message` with "OK" and "Cancel"; true when OK was pressed.
 bool askConfirm(Widget parent, const std::string &title, const std::string &message);
 
+// Asks for a password: `message` above a text field that shows a '*' for
+// every character typed, with "OK" and "Cancel". True with the text typed
+// in `password` when OK (or Return) was pressed; false on Cancel, Escape or
+// closing. The shell's window is named `title`, the field's "password"
+// (the buttons are gadgets, without windows of their own).
+bool askPassword(Widget parent, const std::string &title, const std::string &message, std::string &password);
+
 // Waits (processing events) until the widget's window is viewable, then
 // gives it the keyboard focus. Used by every modal window the viewer puts up.
 void focusWhenViewable(Widget shell, Widget initial);

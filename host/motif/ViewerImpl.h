@@ -8,6 +8,7 @@
 // the window's pixel (x, y).
 #pragma once
 
+#include "core/Guard.h"
 #include "motif/DragLoops.h"
 #include "motif/FramePresenter.h"
 #include "motif/MotifViewer.h"
@@ -173,7 +174,8 @@ class ViewerPorts : public view::AlertPort,
                     public view::DragPort,
                     public view::ModifierPort,
                     public view::CursorPort,
-                    public view::PresentPort {
+                    public view::PresentPort,
+                    public view::PasswordPort {
 public:
   explicit ViewerPorts(Viewer::Impl &viewer) : v_(viewer) {}
   view::Ports ports();
@@ -193,6 +195,7 @@ public:
   void setCursor(FVCursor cursor) override;
   FVCursor standardCursor(FSInt32 cursorID) override;
   void present(view::PageView &view, const FVRect &area) override;
+  std::optional<std::string> askPassword(const std::string &path, int attempt) override;
 
 private:
   DragContext dragContext(view::PageView &view, const FVRect *extrema);
@@ -201,17 +204,17 @@ private:
 };
 
 // Runs a user action from an Xt callback. Nothing may unwind through the
-// toolkit's C frames: an exception is shown to the user as a note instead.
-template <class Fn> void guarded(view::Application &app, Fn &&fn)
+// toolkit's C frames: an exception is shown to the user as an alert instead
+// (the document stays as the action left it). True when fn() returned.
+template <class Fn> bool guarded(view::Application &app, Fn &&fn)
 {
-  try {
-    fn();
-  } catch (const std::exception &e) {
-    app.note(e.what());
-  } catch (...) {
-    app.note("An internal error stopped the command.");
-  }
+  return guardRun(std::forward<Fn>(fn), [&app](const std::string &message) { app.note(message); });
 }
+
+// What a refused command says on a document whose permissions forbid
+// modifying it.
+inline constexpr const char *kModifyForbiddenNote =
+    "The document does not allow changes (its permissions forbid modifying it).";
 
 // The modifier word of the view layer from an X key/button state.
 FSInt32 modifierWord(unsigned int state);

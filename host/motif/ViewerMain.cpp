@@ -236,7 +236,12 @@ void Viewer::Impl::buildWindow()
 
   Atom wmDelete = XmInternAtom(display, const_cast<char *>("WM_DELETE_WINDOW"), False);
   XmAddWMProtocolCallback(
-      shell, wmDelete, [](Widget, XtPointer c, XtPointer) { static_cast<Impl *>(c)->quit(); }, this);
+      shell, wmDelete,
+      [](Widget, XtPointer c, XtPointer) {
+        auto *self = static_cast<Impl *>(c);
+        guarded(self->app, [self] { self->quit(); });
+      },
+      this);
   rebuildMenus();
   rebuildToolBar();
   XtRealizeWidget(shell); // realises the new children of the realised shell
@@ -258,7 +263,7 @@ int Viewer::Impl::run(const std::vector<std::string> &files)
   focusWhenViewable(shell, nullptr);
   for (const auto &f : files)
     if (!f.empty())
-      app.openDocumentReporting(f);
+      guarded(app, [&] { app.openDocumentReporting(f); });
   while (!quitting) {
     guarded(app, [&] { sync(); });
     XEvent ev;
@@ -409,6 +414,9 @@ void Viewer::Impl::updateStatus()
     text = buf;
     text += points(crop.left) + " " + points(crop.bottom) + " " + points(crop.right) + " " +
             points(crop.top) + " pt";
+    // Why the crop commands are disabled on such a document.
+    if ((shown->document().permissions() & pdPermEdit) == 0)
+      text += "     Changes not allowed: the document's permissions forbid modifying it";
   } else {
     text = "No document";
   }
@@ -727,116 +735,128 @@ bool Viewer::Impl::handleKey(XEvent &ev)
 void Viewer::Impl::onInput(Widget, XtPointer client, XEvent *ev, Boolean *)
 {
   auto *self = static_cast<Impl *>(client);
-  view::PageView *v = self->shownView();
-  if (!v)
-    return;
-  if (ev->type == ButtonPress) {
-    unsigned int b = ev->xbutton.button;
-    if (b == Button4 || b == Button5) {
-      int dir = b == Button4 ? -1 : 1;
-      if (ev->xbutton.state & ControlMask) {
-        self->zoomStep(-dir);
-      } else if (ev->xbutton.state & ShiftMask) {
-        self->scrollBy(dir * 48, 0);
-      } else {
-        int before = v->scrollY();
-        self->scrollBy(0, dir * 48);
-        // At the end of a page the wheel goes on to the next one.
-        if (v->scrollY() == before) {
-          int n = v->pageNumber() + dir;
-          if (n >= 0 && n < v->pageCount()) {
-            self->goToPage(n);
-            if (dir < 0) {
-              v->setScroll(v->scrollX(), 1 << 14);
-              self->fitScroll(false);
+  // Nothing may unwind into the toolkit.
+  guarded(self->app, [&] {
+    view::PageView *v = self->shownView();
+    if (!v)
+      return;
+    if (ev->type == ButtonPress) {
+      unsigned int b = ev->xbutton.button;
+      if (b == Button4 || b == Button5) {
+        int dir = b == Button4 ? -1 : 1;
+        if (ev->xbutton.state & ControlMask) {
+          self->zoomStep(-dir);
+        } else if (ev->xbutton.state & ShiftMask) {
+          self->scrollBy(dir * 48, 0);
+        } else {
+          int before = v->scrollY();
+          self->scrollBy(0, dir * 48);
+          // At the end of a page the wheel goes on to the next one.
+          if (v->scrollY() == before) {
+            int n = v->pageNumber() + dir;
+            if (n >= 0 && n < v->pageCount()) {
+              self->goToPage(n);
+              if (dir < 0) {
+                v->setScroll(v->scrollX(), 1 << 14);
+                self->fitScroll(false);
+              }
             }
           }
         }
+        return;
       }
+      if (b != Button1)
+        return;
+      // Click counting: a second press close in time and place is a double click.
+      if (ev->xbutton.time - self->lastClickTime < 400 && std::abs(ev->xbutton.x - self->lastClickX) < 4 &&
+          std::abs(ev->xbutton.y - self->lastClickY) < 4)
+        self->clickCount++;
+      else
+        self->clickCount = 1;
+      self->lastClickTime = ev->xbutton.time;
+      self->lastClickX = ev->xbutton.x;
+      self->lastClickY = ev->xbutton.y;
+      self->inClick = true;
+      self->clickState = ev->xbutton.state;
+      guarded(self->app, [&] {
+        self->app.toolClick(*v, static_cast<FSInt16>(ev->xbutton.x), static_cast<FSInt16>(ev->xbutton.y),
+                            static_cast<FSInt16>(modifierWord(ev->xbutton.state)),
+                            static_cast<FSInt16>(self->clickCount));
+      });
+      self->inClick = false;
+      // The tool may have scrolled (the hand tool): keep the scroll in range.
+      if (self->shownView() == v)
+        self->fitScroll(false);
       return;
     }
-    if (b != Button1)
-      return;
-    // Click counting: a second press close in time and place is a double click.
-    if (ev->xbutton.time - self->lastClickTime < 400 && std::abs(ev->xbutton.x - self->lastClickX) < 4 &&
-        std::abs(ev->xbutton.y - self->lastClickY) < 4)
-      self->clickCount++;
-    else
-      self->clickCount = 1;
-    self->lastClickTime = ev->xbutton.time;
-    self->lastClickX = ev->xbutton.x;
-    self->lastClickY = ev->xbutton.y;
-    self->inClick = true;
-    self->clickState = ev->xbutton.state;
-    guarded(self->app, [&] {
-      self->app.toolClick(*v, static_cast<FSInt16>(ev->xbutton.x), static_cast<FSInt16>(ev->xbutton.y),
-                          static_cast<FSInt16>(modifierWord(ev->xbutton.state)),
-                          static_cast<FSInt16>(self->clickCount));
-    });
-    self->inClick = false;
-    // The tool may have scrolled (the hand tool): keep the scroll in range.
-    if (self->shownView() == v)
-      self->fitScroll(false);
-    return;
-  }
-  if (ev->type == MotionNotify || ev->type == EnterNotify) {
-    int x = ev->type == MotionNotify ? ev->xmotion.x : ev->xcrossing.x;
-    int y = ev->type == MotionNotify ? ev->xmotion.y : ev->xcrossing.y;
-    guarded(self->app,
-            [&] { self->app.toolAdjustCursor(*v, static_cast<FSInt16>(x), static_cast<FSInt16>(y)); });
-  }
+    if (ev->type == MotionNotify || ev->type == EnterNotify) {
+      int x = ev->type == MotionNotify ? ev->xmotion.x : ev->xcrossing.x;
+      int y = ev->type == MotionNotify ? ev->xmotion.y : ev->xcrossing.y;
+      guarded(self->app,
+              [&] { self->app.toolAdjustCursor(*v, static_cast<FSInt16>(x), static_cast<FSInt16>(y)); });
+    }
+  });
 }
 
 void Viewer::Impl::onExpose(Widget, XtPointer client, XtPointer call)
 {
   auto *self = static_cast<Impl *>(client);
-  auto *cbs = static_cast<XmDrawingAreaCallbackStruct *>(call);
-  view::PageView *v = self->shownView();
-  if (!v || !cbs || !cbs->event)
-    return;
-  const XExposeEvent &e = cbs->event->xexpose;
-  const view::Frame &f = v->frame();
-  if (f.width != self->areaWidth || f.height != self->areaHeight) {
-    v->invalidateAll();
-    self->redrawPending();
-    return;
-  }
-  // The frame still holds the pixels: only show them again.
-  FVRect a{static_cast<FSInt16>(e.x), static_cast<FSInt16>(e.y), static_cast<FSInt16>(e.x + e.width - 1),
-           static_cast<FSInt16>(e.y + e.height - 1)};
-  self->presentArea(*v, a);
+  // Nothing may unwind into the toolkit.
+  guarded(self->app, [&] {
+    auto *cbs = static_cast<XmDrawingAreaCallbackStruct *>(call);
+    view::PageView *v = self->shownView();
+    if (!v || !cbs || !cbs->event)
+      return;
+    const XExposeEvent &e = cbs->event->xexpose;
+    const view::Frame &f = v->frame();
+    if (f.width != self->areaWidth || f.height != self->areaHeight) {
+      v->invalidateAll();
+      self->redrawPending();
+      return;
+    }
+    // The frame still holds the pixels: only show them again.
+    FVRect a{static_cast<FSInt16>(e.x), static_cast<FSInt16>(e.y), static_cast<FSInt16>(e.x + e.width - 1),
+             static_cast<FSInt16>(e.y + e.height - 1)};
+    self->presentArea(*v, a);
+  });
 }
 
 void Viewer::Impl::onResize(Widget w, XtPointer client, XtPointer)
 {
   auto *self = static_cast<Impl *>(client);
-  Dimension width = 0, height = 0;
-  XtVaGetValues(w, XmNwidth, &width, XmNheight, &height, NULL);
-  if (width == self->areaWidth && height == self->areaHeight)
-    return;
-  self->areaWidth = width;
-  self->areaHeight = height;
-  if (view::PageView *v = self->shownView()) {
-    v->setDeviceSize(width, height);
-    self->fitScroll(false);
-    v->invalidateAll();
-  }
+  // Nothing may unwind into the toolkit.
+  guarded(self->app, [&] {
+    Dimension width = 0, height = 0;
+    XtVaGetValues(w, XmNwidth, &width, XmNheight, &height, NULL);
+    if (width == self->areaWidth && height == self->areaHeight)
+      return;
+    self->areaWidth = width;
+    self->areaHeight = height;
+    if (view::PageView *v = self->shownView()) {
+      v->setDeviceSize(width, height);
+      self->fitScroll(false);
+      v->invalidateAll();
+    }
+  });
 }
 
 void Viewer::Impl::onScroll(Widget w, XtPointer client, XtPointer call)
 {
   auto *self = static_cast<Impl *>(client);
-  if (self->inScrollUpdate)
-    return;
-  view::PageView *v = self->shownView();
-  if (!v)
-    return;
-  auto *cbs = static_cast<XmScrollBarCallbackStruct *>(call);
-  if (w == self->hScroll)
-    v->setScroll(cbs->value, v->scrollY());
-  else
-    v->setScroll(v->scrollX(), cbs->value);
-  self->redrawPending();
+  // Nothing may unwind into the toolkit.
+  guarded(self->app, [&] {
+    if (self->inScrollUpdate)
+      return;
+    view::PageView *v = self->shownView();
+    if (!v)
+      return;
+    auto *cbs = static_cast<XmScrollBarCallbackStruct *>(call);
+    if (w == self->hScroll)
+      v->setScroll(cbs->value, v->scrollY());
+    else
+      v->setScroll(v->scrollX(), cbs->value);
+    self->redrawPending();
+  });
 }
 
 } // namespace folio::motif

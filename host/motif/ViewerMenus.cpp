@@ -6,6 +6,7 @@
 #include "ViewerImpl.h"
 
 #include "motif/WindowNames.h"
+#include "view/DocWindow.h"
 #include "view/Menus.h"
 #include "view/ToolBar.h"
 
@@ -273,15 +274,17 @@ void Viewer::Impl::onCascading(Widget w, XtPointer client, XtPointer)
   Widget pulldown = nullptr;
   XtVaGetValues(w, XmNsubMenuId, &pulldown, NULL);
   if (pulldown)
-    self->refreshMenu(pulldown);
+    guarded(self->app, [&] { self->refreshMenu(pulldown); });
 }
 
 void Viewer::Impl::onMenuItem(Widget, XtPointer client, XtPointer)
 {
   auto *ref = static_cast<ItemRef *>(client);
   Viewer::Impl *self = ref->viewer;
-  guarded(self->app, [&] { ref->item->runAsUser(); });
-  self->refreshToolBar();
+  guarded(self->app, [&] {
+    ref->item->runAsUser();
+    self->refreshToolBar();
+  });
 }
 
 static bool findShortcut(view::Menu *menu, char key, FSInt16 flags, view::MenuItem *&found)
@@ -313,7 +316,12 @@ bool Viewer::Impl::runShortcut(char key, FSInt16 flags)
       break;
   if (!found)
     return false;
-  guarded(app, [&] { found->runAsUser(); });
+  guarded(app, [&] {
+    // A shortcut to a command that the document's permissions disable says
+    // why nothing happens.
+    if (!found->runAsUser() && shown && (shown->document().permissions() & pdPermEdit) == 0)
+      app.note(kModifyForbiddenNote);
+  });
   return true;
 }
 
@@ -396,9 +404,11 @@ void Viewer::Impl::onToolButton(Widget, XtPointer client, XtPointer)
   Viewer::Impl *self = ref->viewer;
   if (ref->index >= self->tools.size())
     return;
-  guarded(self->app, [&] { self->tools[ref->index].button->runAsUser(); });
-  // The pressed look follows the button's marked state, not the click.
-  self->refreshToolBar();
+  guarded(self->app, [&] {
+    self->tools[ref->index].button->runAsUser();
+    // The pressed look follows the button's marked state, not the click.
+    self->refreshToolBar();
+  });
 }
 
 } // namespace folio::motif

@@ -55,6 +55,7 @@ view::Ports ViewerPorts::ports()
   p.modifiers = this;
   p.cursors = this;
   p.present = this;
+  p.password = this;
   return p;
 }
 
@@ -80,6 +81,23 @@ bool ViewerPorts::confirm(const std::string &message)
   bool yes = askConfirm(v_.shell, kDialogTitle, message);
   v_.redrawPending();
   return yes;
+}
+
+// ---- passwords --------------------------------------------------------------------
+
+std::optional<std::string> ViewerPorts::askPassword(const std::string &path, int attempt)
+{
+  size_t slash = path.find_last_of('/');
+  const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+  // The model asks again after a wrong answer, up to its number of attempts.
+  std::string message = attempt > 1 ? "The password was wrong. Try again.\n" : std::string();
+  message += "\"" + name + "\" is protected by a password.\nPassword:";
+  std::string password;
+  bool ok = motif::askPassword(v_.shell, "Password", message, password);
+  v_.redrawPending();
+  if (!ok)
+    return std::nullopt;
+  return password;
 }
 
 // ---- progress and cancel ----------------------------------------------------------

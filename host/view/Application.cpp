@@ -9,6 +9,7 @@
 #include "core/Atoms.h"
 #include "core/Callback.h"
 #include "core/ExceptionFrames.h"
+#include "core/Guard.h"
 #include "model/ModelError.h"
 
 namespace folio::view {
@@ -32,7 +33,8 @@ Application &appOf(FVTool tool)
 
 FSAtom HostToolGetType(FVTool tool)
 {
-  return atomFromString(reinterpret_cast<HostToolRec *>(tool)->type);
+  return guardCall(FSAtom(0),
+                   [&]() -> FSAtom { return atomFromString(reinterpret_cast<HostToolRec *>(tool)->type); });
 }
 
 FSBool HostToolIsPersistent(FVTool)
@@ -43,27 +45,31 @@ FSBool HostToolIsPersistent(FVTool)
 // The hand tool scrolls the view by the distance the pointer was dragged.
 FSBool HandDoClick(FVTool tool, FVPageView pageView, FSInt16 xHit, FSInt16 yHit, FSInt16, FSInt16)
 {
-  PageView *view = fromFVPageView(pageView);
-  if (!view)
-    return 0;
-  Application &app = appOf(tool);
-  app.setCursor(app.standardCursor(kCursorGrab));
-  FVRect start{xHit, yHit, xHit, yHit};
-  FVRect end = app.dragRect(*view, xHit, yHit, start, fvDragMove, nullptr);
-  int dx = end.left - xHit, dy = end.top - yHit;
-  if (dx || dy) {
-    view->setScroll(view->scrollX() - dx, view->scrollY() - dy);
-    view->drawNow();
-  }
-  app.setCursor(app.standardCursor(kCursorHand));
-  return 1;
+  return guardCall(FSBool(0), [&]() -> FSBool {
+    PageView *view = fromFVPageView(pageView);
+    if (!view)
+      return 0;
+    Application &app = appOf(tool);
+    app.setCursor(app.standardCursor(kCursorGrab));
+    FVRect start{xHit, yHit, xHit, yHit};
+    FVRect end = app.dragRect(*view, xHit, yHit, start, fvDragMove, nullptr);
+    int dx = end.left - xHit, dy = end.top - yHit;
+    if (dx || dy) {
+      view->setScroll(view->scrollX() - dx, view->scrollY() - dy);
+      view->drawNow();
+    }
+    app.setCursor(app.standardCursor(kCursorHand));
+    return 1;
+  });
 }
 
 FSBool HandAdjustCursor(FVTool tool, FVPageView, FSInt16, FSInt16)
 {
-  Application &app = appOf(tool);
-  app.setCursor(app.standardCursor(kCursorHand));
-  return 1;
+  return guardCall(FSBool(0), [&]() -> FSBool {
+    Application &app = appOf(tool);
+    app.setCursor(app.standardCursor(kCursorHand));
+    return 1;
+  });
 }
 
 // The article tool takes clicks without doing anything with them.
@@ -74,41 +80,47 @@ FSBool ArticleDoClick(FVTool, FVPageView, FSInt16, FSInt16, FSInt16, FSInt16)
 
 FSBool ArticleAdjustCursor(FVTool tool, FVPageView, FSInt16, FSInt16)
 {
-  Application &app = appOf(tool);
-  app.setCursor(app.standardCursor(kCursorCross));
-  return 1;
+  return guardCall(FSBool(0), [&]() -> FSBool {
+    Application &app = appOf(tool);
+    app.setCursor(app.standardCursor(kCursorCross));
+    return 1;
+  });
 }
 
 // ---- the progress monitor and the cancel test ------------------------------------
-// Their client data is the application.
+// Their client data is the application. Like the tools' procedures above, the
+// plug-in calls them directly: each runs under the guard. A cancel test that
+// fails answers "cancel", so that the command puts back what it changed.
 
 void PMBegin(void *cd)
 {
-  static_cast<Application *>(cd)->progressBegin();
+  guardRun([&] { static_cast<Application *>(cd)->progressBegin(); });
 }
 void PMEnd(void *cd)
 {
-  static_cast<Application *>(cd)->progressEnd();
+  guardRun([&] { static_cast<Application *>(cd)->progressEnd(); });
 }
 void PMSetDuration(FSInt32 duration, void *cd)
 {
-  static_cast<Application *>(cd)->progressSetDuration(duration);
+  guardRun([&] { static_cast<Application *>(cd)->progressSetDuration(duration); });
 }
 void PMSetCurrValue(FSInt32 value, void *cd)
 {
-  static_cast<Application *>(cd)->progressSetValue(value);
+  guardRun([&] { static_cast<Application *>(cd)->progressSetValue(value); });
 }
 FSInt32 PMGetDuration(void *cd)
 {
-  return static_cast<Application *>(cd)->progressDuration();
+  return guardCall(FSInt32(0),
+                   [&]() -> FSInt32 { return static_cast<Application *>(cd)->progressDuration(); });
 }
 FSInt32 PMGetCurrValue(void *cd)
 {
-  return static_cast<Application *>(cd)->progressValue();
+  return guardCall(FSInt32(0), [&]() -> FSInt32 { return static_cast<Application *>(cd)->progressValue(); });
 }
 FSBool HostCancelProc(void *cd)
 {
-  return static_cast<Application *>(cd)->pollCancel() ? 1 : 0;
+  return guardCall(FSBool(1),
+                   [&]() -> FSBool { return static_cast<Application *>(cd)->pollCancel() ? 1 : 0; });
 }
 
 // Whether a tool record is long enough to hold the slot at `offset`.

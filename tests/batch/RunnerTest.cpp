@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <sstream>
+#include <stdexcept>
 
 using namespace folio;
 using namespace folio::batch;
@@ -53,6 +54,8 @@ protected:
         m->setCurrValue(i, data);
       m->endOperation(data);
     });
+    addItem("Test:ThrowStd", [] { throw std::runtime_error("Cannot find the page: cycle in page tree"); });
+    addItem("Test:ThrowOther", [] { throw 42; });
     view::MenuItem *off = addItem("Test:Disabled", [] {});
     off->setHostEnabled([] { return false; });
   }
@@ -263,4 +266,19 @@ TEST(BatchFormatFixed, Points)
   EXPECT_EQ(formatFixed(0), "0");
   EXPECT_EQ(formatFixed(1), "0"); // 1/65536 pt rounds to 0 at four decimals
   EXPECT_EQ(formatFixed(0x00004000), "0.25");
+}
+
+TEST_F(BatchRunnerTest, AnExceptionFromAnActionStopsTheRunWithItsMessage)
+{
+  EXPECT_EQ(run("menu Test:ThrowStd\nmenu Test:Note\n"), 1);
+  EXPECT_EQ(err.str(), "folio: t:1: Cannot find the page: cycle in page tree\n");
+  EXPECT_EQ(out.str(), ""); // line 2 never ran
+}
+
+TEST_F(BatchRunnerTest, AnythingElseThrownStopsTheRunToo)
+{
+  // Not a std::exception: it used to pass the runner and abort the program.
+  EXPECT_EQ(run("menu Test:Note\nmenu Test:ThrowOther\nmenu Test:Note\n"), 1);
+  EXPECT_EQ(err.str(), "folio: t:2: An internal error stopped the command.\n");
+  EXPECT_EQ(out.str(), "note: Cancelled.\n");
 }

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "Atoms.h"
 #include "Configuration.h"
@@ -175,6 +176,29 @@ TEST(CoreConfiguration, FromProcessFallsBackToHomeConfig)
   ConfigInputs in = ConfigInputs::fromProcess();
   ASSERT_TRUE(in.configFile.has_value());
   EXPECT_EQ(*in.configFile, "/tmp/folio-core-test-home/.config/folio/folio.conf");
+}
+
+TEST(CoreConfiguration, ARelativeXdgConfigHomeIsIgnored)
+{
+  // Started in a folder that holds folio/folio.conf, with a relative
+  // XDG_CONFIG_HOME naming it: that file is not read.
+  TempDir dir;
+  ASSERT_EQ(mkdir(dir.file("folio").c_str(), 0700), 0);
+  writeFile(dir.file("folio/folio.conf"), "edition = read-only\nplugin-path = /evil\n");
+  char *cwd = getcwd(nullptr, 0);
+  ASSERT_NE(cwd, nullptr);
+  ASSERT_EQ(chdir(dir.path().c_str()), 0);
+  for (const char *relative : {".", "./", "folio/..", "sub/dir"}) {
+    ScopedEnv xdg("XDG_CONFIG_HOME", relative);
+    ScopedEnv home("HOME", "/tmp/folio-core-test-home");
+    ScopedEnv edition("FOLIO_EDITION", nullptr);
+    ConfigInputs in = ConfigInputs::fromProcess();
+    ASSERT_TRUE(in.configFile.has_value()) << relative;
+    EXPECT_EQ(*in.configFile, "/tmp/folio-core-test-home/.config/folio/folio.conf") << relative;
+    EXPECT_EQ(Configuration{in}.edition(), Edition::Editing) << relative;
+  }
+  EXPECT_EQ(chdir(cwd), 0);
+  std::free(cwd);
 }
 
 TEST(CoreConfiguration, FromProcessReadsEditionAndPluginPathVariables)

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <cmath>
+#include <cstdio>
 #include <sstream>
 
 #include "Harness.h"
@@ -847,4 +848,164 @@ TEST_F(E2E, NoProgressBarWithoutATerminal)
   RunResult r = folio({"--reset-media-box", "all", path("in.pdf"), "-o", path("out.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   EXPECT_FALSE(contains(r.err, "0/5")) << lastRun;
+}
+
+// ---- passwords, permissions, names, failures --------------------------------------
+
+TEST_F(E2E, PasswordOptionOpensTheInputOfAShortcut)
+{
+  write("plain.pdf", {withRect(page(), {100, 100, 200, 200})});
+  std::string why;
+  ASSERT_TRUE(gen::encryptWithQpdf(path("plain.pdf"), path("locked.pdf"), "user", "owner", true, &why))
+      << why;
+  RunResult none = folio({"--crop-bbox", "each", path("locked.pdf"), "-o", path("out.pdf")});
+  EXPECT_EQ(none.exitCode, 1) << lastRun;
+  EXPECT_TRUE(contains(none.err, "is protected by a password and none was given")) << lastRun;
+  RunResult r =
+      folio({"--crop-bbox", "each", "--password", "user", path("locked.pdf"), "-o", path("out.pdf")});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  expectNear(boxes(path("out.pdf"), 1, "user")[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
+}
+
+TEST_F(E2E, PasswordOptionReadsStandardInputForADash)
+{
+  write("plain.pdf", {withRect(page(), {100, 100, 200, 200})});
+  std::string why;
+  ASSERT_TRUE(gen::encryptWithQpdf(path("plain.pdf"), path("locked.pdf"), "pass word", "owner", true, &why))
+      << why;
+  RunResult r =
+      folio({"--crop-region", "72 72 400 500", "--password", "-", path("locked.pdf"), "-o", path("out.pdf")},
+            "pass word\n");
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  EXPECT_BOX(boxes(path("out.pdf"), 1, "pass word")[0].crop, 72, 72, 400, 500);
+  // The password is not printed.
+  EXPECT_FALSE(contains(r.out + r.err, "pass word")) << lastRun;
+  RunResult wrong =
+      folio({"--crop-region", "72 72 400 500", "--password", "-", path("locked.pdf"), "-o", path("out2.pdf")},
+            "guess\r\n");
+  EXPECT_EQ(wrong.exitCode, 1) << lastRun;
+  EXPECT_TRUE(contains(wrong.err, "is wrong")) << lastRun;
+  EXPECT_FALSE(e2e::fileExists(path("out2.pdf")));
+  RunResult empty =
+      folio({"--crop-bbox", "each", "--password", "-", path("locked.pdf"), "-o", path("o3.pdf")});
+  EXPECT_EQ(empty.exitCode, 1) << lastRun;
+  EXPECT_TRUE(contains(empty.err, "folio: --password -: no password on standard input")) << lastRun;
+}
+
+TEST_F(E2E, PasswordOptionGoesWithAShortcutOnly)
+{
+  RunResult r = folio({"--run", "show-boxes", "--password", "x"});
+  EXPECT_EQ(r.exitCode, 2) << lastRun;
+  EXPECT_TRUE(contains(r.err, "--password goes with a shortcut")) << lastRun;
+}
+
+TEST_F(E2E, OwnerPasswordOfAFileWithAnEmptyUserPasswordGrantsChanges)
+{
+  write("plain.pdf", {withRect(page(), {100, 100, 200, 200})});
+  std::string why;
+  ASSERT_TRUE(gen::encryptWithQpdf(path("plain.pdf"), path("locked.pdf"), "", "owner", false, &why)) << why;
+  // Without the owner password the file opens, but may not be changed: the
+  // refusal says why.
+  RunResult plain = script("open " + path("locked.pdf") + "\nbutton QUIL:PageShear\n");
+  EXPECT_EQ(plain.exitCode, 1) << lastRun;
+  EXPECT_TRUE(contains(plain.err, "folio: -:2: tool bar button \"QUIL:PageShear\" is disabled: the document "
+                                  "does not allow changes (its permissions forbid modifying it)"))
+      << lastRun;
+  // A password that is not the owner's: opened with the restricted rights, and told so.
+  RunResult other = script("open " + path("locked.pdf") + " guess\nshow-boxes\n");
+  EXPECT_EQ(other.exitCode, 0) << lastRun;
+  EXPECT_TRUE(contains(other.out, "note: the password given is not the owner password")) << lastRun;
+  // With it, in a script and on the command line, the crop is made.
+  RunResult r = script("open " + path("locked.pdf") +
+                       " owner\nanswer All|Current\nmenu QUIL:PageShearBBox\nsave " + path("out.pdf") + "\n");
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  expectNear(boxes(path("out.pdf"), 1)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
+  RunResult c =
+      folio({"--crop-bbox", "each", "--password", "owner", path("locked.pdf"), "-o", path("out2.pdf")});
+  ASSERT_EQ(c.exitCode, 0) << lastRun;
+  expectNear(boxes(path("out2.pdf"), 1)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
+}
+
+TEST_F(E2E, AModifyForbiddenDocumentSaysWhyACommandIsRefused)
+{
+  write("plain.pdf", {page(), page()});
+  std::string why;
+  ASSERT_TRUE(gen::encryptWithQpdf(path("plain.pdf"), path("locked.pdf"), "user", "owner", false, &why))
+      << why;
+  const std::string reason = ": the document does not allow changes (its permissions forbid modifying it)";
+  RunResult m = script("open " + path("locked.pdf") + " user\nanswer All\nmenu QUIL:PageShearMediaBox\n");
+  EXPECT_EQ(m.exitCode, 1) << lastRun;
+  EXPECT_TRUE(contains(m.err, "folio: -:3: menu item \"QUIL:PageShearMediaBox\" is disabled" + reason))
+      << lastRun;
+  RunResult s = folio({"--crop-bbox", "each", "--password", "user", path("locked.pdf"), "-o", path("o.pdf")});
+  EXPECT_EQ(s.exitCode, 1) << lastRun;
+  EXPECT_TRUE(contains(s.err, reason)) << lastRun;
+  EXPECT_FALSE(e2e::fileExists(path("o.pdf")));
+}
+
+TEST_F(E2E, AnAes256FileWithAnEmptyUserPasswordOpensWithoutOne)
+{
+  write("plain.pdf", {withRect(page(), {100, 100, 200, 200}), page()});
+  std::string why;
+  ASSERT_TRUE(gen::encryptWithQpdf(path("plain.pdf"), path("aes.pdf"), "", "owner", true, &why)) << why;
+  RunResult r = folio({"--crop-bbox", "each", path("aes.pdf"), "-o", path("out.pdf")});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  EXPECT_TRUE(contains(r.out, "(2 pages)")) << lastRun;
+  expectNear(boxes(path("out.pdf"), 2)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
+}
+
+TEST_F(E2E, ControlBytesOfFileNamesNeverReachTheTerminal)
+{
+  // ESC [ 2 J clears a terminal; CR rewrites the line.
+  const std::string name = "a\x1b[2Jb\rc.pdf";
+  write(name, {page()});
+  RunResult r = script("open \"" + path(name) + "\"\nsave \"" + path("o\x1b]0;x\a.pdf") + "\"\n");
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  EXPECT_TRUE(contains(r.out, "opened: " + path("a\\x1b[2Jb\\x0dc.pdf") + " (1 pages)\n")) << lastRun;
+  EXPECT_TRUE(contains(r.out, "saved: " + path("o\\x1b]0;x\\x07.pdf") + "\n")) << lastRun;
+  RunResult missing = folio({"--crop-bbox", "each", path("no\x1b[2Jsuch\r.pdf"), "-o", path("x.pdf")});
+  EXPECT_EQ(missing.exitCode, 1) << lastRun;
+  EXPECT_TRUE(contains(missing.err, "The file \"no\\x1b[2Jsuch\\x0d.pdf\" does not exist.")) << lastRun;
+  for (const RunResult *x : {&r, &missing})
+    for (char c : x->out + x->err)
+      EXPECT_FALSE(c == '\x1b' || c == '\r' || c == '\a') << lastRun;
+}
+
+TEST_F(E2E, ADamagedPageTreeEndsWithAMessageNeverAnAbort)
+{
+  // Page 1 is a page; the tree's second kid is a node whose only kid is
+  // itself, and the root claims three pages.
+  const std::vector<std::string> objects = {"<< /Type /Catalog /Pages 2 0 R >>",
+                                            "<< /Type /Pages /Kids [3 0 R 4 0 R] /Count 3 >>",
+                                            "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 612 792] >>",
+                                            "<< /Type /Pages /Parent 2 0 R /Kids [4 0 R] /Count 2 >>"};
+  std::string pdf = "%PDF-1.7\n";
+  std::vector<size_t> offsets;
+  for (size_t i = 0; i < objects.size(); ++i) {
+    offsets.push_back(pdf.size());
+    pdf += std::to_string(i + 1) + " 0 obj\n" + objects[i] + "\nendobj\n";
+  }
+  const size_t xref = pdf.size();
+  pdf += "xref\n0 " + std::to_string(objects.size() + 1) + "\n0000000000 65535 f \n";
+  for (size_t o : offsets) {
+    char line[32];
+    std::snprintf(line, sizeof line, "%010zu 00000 n \n", o);
+    pdf += line;
+  }
+  pdf += "trailer\n<< /Size " + std::to_string(objects.size() + 1) + " /Root 1 0 R >>\nstartxref\n" +
+         std::to_string(xref) + "\n%%EOF\n";
+  e2e::writeFile(path("cycle.pdf"), pdf);
+  for (const std::string &run : {"open " + path("cycle.pdf") + "; page 2; show-boxes",
+                                 "open " + path("cycle.pdf") + "; page 3; zoom 200; show-boxes"}) {
+    RunResult r = folio({"--run", run});
+    // Exit status 1 and one message naming the step: never a signal.
+    EXPECT_EQ(r.exitCode, 1) << lastRun;
+    EXPECT_TRUE(contains(r.err, "folio: --run:2: ")) << lastRun;
+    EXPECT_FALSE(contains(r.out, "page 1: media")) << lastRun; // the run stopped there
+  }
+  RunResult s =
+      folio({"--reset-media-box", "current", "--page", "2", path("cycle.pdf"), "-o", path("o.pdf")});
+  EXPECT_EQ(s.exitCode, 1) << lastRun;
+  EXPECT_TRUE(contains(s.err, "folio: --reset-media-box:")) << lastRun;
+  EXPECT_EQ(e2e::readFile(path("cycle.pdf")), pdf); // the input is as it was
 }

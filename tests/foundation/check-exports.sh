@@ -26,10 +26,16 @@ for sym in $defined; do
 done
 
 # The libraries a plug-in may take symbols from, found where the loader finds them.
+# The loader's cache is read once into a variable, and the lookups read all of
+# it: a reader that stops at the first match (awk's exit, head, grep -m) would
+# let the writer of a pipe die of SIGPIPE whenever it had not yet written its
+# last block, which under pipefail and errexit ends this script at once with
+# status 141 and no message (it depends on scheduling: seen only under load).
+cache=$(ldconfig -p)
 allowed=()
 for lib in libc.so.6 libm.so.6 libX11.so.6 libXt.so.6 libXm.so.4; do
-  path=$(ldconfig -p | awk -v l="$lib" '$1 == l && /x86-64|x86_64/ {print $NF; exit}')
-  [ -z "$path" ] && path=$(ldconfig -p | awk -v l="$lib" '$1 == l {print $NF; exit}')
+  path=$(awk -v l="$lib" '$1 == l && /x86-64|x86_64/ && p == "" {p = $NF} END {print p}' <<<"$cache")
+  [ -z "$path" ] && path=$(awk -v l="$lib" '$1 == l && p == "" {p = $NF} END {print p}' <<<"$cache")
   if [ -z "$path" ]; then
     echo "cannot find $lib"
     status=1

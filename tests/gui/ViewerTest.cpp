@@ -749,3 +749,42 @@ TEST_F(GuiViewer, ToolBarButtonLooksPressedWhileItsToolIsActive)
 }
 
 } // namespace
+
+TEST_F(GuiViewer, APasswordIsAskedForWithRetriesAndTheDocumentOpens)
+{
+  std::string pdf = makePdf("locked.pdf", {"--rect", "100,100,300,300", "--encrypt-modify", "secret,owner"});
+  startFolio(pdf);
+  // The first answer is wrong: the dialog comes back for another attempt.
+  unsigned long dialog = window("Password");
+  ASSERT_NE(dialog, 0u);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", "--delay", "20", "nope"}), 0);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
+  settle();
+  dialog = window("Password");
+  ASSERT_NE(dialog, 0u);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", "--delay", "20", "secret"}), 0);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
+  settle();
+  // The document is open and may be cropped: the crop tool shows its outline.
+  selectCropToolAndMeasure();
+  key("ctrl+q");
+  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
+  folio = -1;
+}
+
+TEST_F(GuiViewer, CancellingThePasswordDialogOpensNothing)
+{
+  std::string pdf = makePdf("locked.pdf", {"--encrypt-modify", "secret,owner"});
+  startFolio(pdf);
+  ASSERT_NE(window("Password"), 0u);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Escape"}), 0); // the dialog's Cancel
+  settle();
+  // The viewer says why nothing opened, and goes on running.
+  unsigned long ok = window("OK");
+  ASSERT_NE(ok, 0u);
+  press("OK");
+  EXPECT_TRUE(guitest::running(folio));
+  key("ctrl+q");
+  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
+  folio = -1;
+}

@@ -5,6 +5,7 @@
 #include "ModelTestSupport.h"
 
 #include <cstring>
+#include <stdexcept>
 
 #include "Handles.h"
 #include "PDModelTable.h"
@@ -185,6 +186,35 @@ TEST_F(ModelTables, SetCropBoxAndNotifyMarkTheDocumentAndTellObservers)
   doc->removeObserver(&recorder);
 }
 
+TEST_F(ModelTables, EntriesAnswerTheirFailureResultWhenTheModelThrows)
+{
+  auto doc = Document::open(write("doc.pdf", {rectPage(), rectPage()}));
+  // An observer (the view, in the host) that fails while a change is told.
+  struct Failing : DocumentObserver {
+    int calls = 0;
+    void pageChanged(Document &, int) override
+    {
+      ++calls;
+      throw std::runtime_error("the view failed");
+    }
+  } failing;
+  doc->addObserver(&failing);
+  PDDoc pd = toPDDoc(doc.get());
+  PDPage page = PDDocAcquirePage(pd, 0);
+  ASSERT_NE(page, nullptr);
+  FixedRect r = fixedRect(72, 72, 300, 400);
+  PDPageSetCropBox(page, r); // returns: nothing crosses the entry
+  PDPageNotifyContentsDidChange(page);
+  EXPECT_GE(failing.calls, 1);
+  FixedRect back;
+  PDPageGetCropBox(page, &back);
+  EXPECT_RECT_EQ(back, r);
+  PDPageRelease(page);
+  // The model's own refusal (a page that is not there) is an exception too.
+  EXPECT_EQ(PDDocAcquirePage(pd, 2), nullptr);
+  doc->removeObserver(&failing);
+}
+
 TEST_F(ModelTables, PermissionWordOfAModifyForbiddenDocument)
 {
   std::string plain = write("plain.pdf", {rectPage()});
@@ -194,6 +224,22 @@ TEST_F(ModelTables, PermissionWordOfAModifyForbiddenDocument)
   FSUns32 perms = PDDocGetPermissions(toPDDoc(doc.get()));
   EXPECT_EQ(perms & pdPermEdit, 0u);
   EXPECT_EQ(perms & pdPermPrint, static_cast<FSUns32>(pdPermPrint));
+}
+
+TEST_F(ModelTables, AnOwnerPasswordGivenForAFileThatOpensWithoutOneGrantsEveryPermission)
+{
+  std::string plain = write("plain.pdf", {rectPage()});
+  ASSERT_TRUE(pdfgen::encryptWithQpdf(plain, path("locked.pdf"), "", "owner", false));
+  auto restricted = Document::open(path("locked.pdf"));
+  EXPECT_EQ(PDDocGetPermissions(toPDDoc(restricted.get())) & pdPermEdit, 0u);
+  FixedPasswordPort wrong("guess");
+  auto stillRestricted = Document::open(path("locked.pdf"), &wrong);
+  EXPECT_FALSE(stillRestricted->openedAsOwner());
+  EXPECT_EQ(PDDocGetPermissions(toPDDoc(stillRestricted.get())) & pdPermEdit, 0u);
+  FixedPasswordPort owner("owner");
+  auto full = Document::open(path("locked.pdf"), &owner);
+  EXPECT_TRUE(full->openedAsOwner());
+  EXPECT_EQ(PDDocGetPermissions(toPDDoc(full.get())), static_cast<FSUns32>(pdPermAll));
 }
 
 TEST_F(ModelTables, NullHandlesGiveTheFailureResults)

@@ -426,3 +426,32 @@ TEST_F(ViewTable, NullAndStaleHandlesAreHarmless)
   EXPECT_EQ(tablehost::drawingCount(), 0);
   EXPECT_EQ(FVDocOpenFromFile(nullptr, nullptr, nullptr), nullptr);
 }
+
+TEST_F(ViewTable, EntriesAnswerTheirFailureResultWhenTheFrontEndThrows)
+{
+  FVDoc doc = tablehost::openPage(300, 200, 0);
+  FVPageView pv = FVDocGetPageView(doc);
+  tablehost::useThrowingPorts();
+  // No exception reaches the caller (a C plug-in): each entry answers as
+  // documented for a failure.
+  EXPECT_EQ(FVAlert(3, "Pages to crop?", "Current", "All", "Cancel", 0), 0); // dismissed
+  EXPECT_EQ(FVAlertConfirm("Sure?"), 0);
+  FVAlertNote("Cancelled.");
+  FVRect res = {9, 9, 9, 9};
+  FVPageViewDragOutNewRect(pv, 10, 20, &res);
+  EXPECT_EQ(res.left, 10);
+  EXPECT_EQ(res.top, 20);
+  EXPECT_EQ(res.right, 10);
+  EXPECT_EQ(res.bottom, 20);
+  EXPECT_EQ(FVSysGetModifiers(), 0);
+  void *cancelData = nullptr, *monData = nullptr;
+  CancelProc cancel = FVAppGetCancelProc(&cancelData);
+  ProgressMonitor mon = FVAppGetDocProgressMonitor(&monData);
+  ASSERT_NE(cancel, nullptr);
+  ASSERT_NE(mon, nullptr);
+  cancel(cancelData);
+  mon->beginOperation(monData);
+  mon->setDuration(2, monData);
+  mon->setCurrValue(1, monData);
+  mon->endOperation(monData);
+}

@@ -2,6 +2,7 @@
 #include "TableHost.h"
 
 #include <memory>
+#include <stdexcept>
 
 #include "Atoms.h"
 #include "FolioViewTable.h"
@@ -15,6 +16,23 @@ using namespace folio::view;
 namespace tablehost {
 
 namespace {
+
+struct ThrowingPorts : AlertPort, ProgressPort, CancelPort, DragPort, ModifierPort {
+  [[noreturn]] static void fail() { throw std::runtime_error("the front end failed"); }
+  int ask(const Question &) override { fail(); }
+  void note(const std::string &) override { fail(); }
+  bool confirm(const std::string &) override { fail(); }
+  void begin() override { fail(); }
+  void end() override { fail(); }
+  void setDuration(FSInt32) override { fail(); }
+  void setValue(FSInt32) override { fail(); }
+  bool cancelRequested() override { fail(); }
+  FVRect dragOutNewRect(PageView &, FSInt16, FSInt16) override { fail(); }
+  FVRect dragRect(PageView &, FSInt16, FSInt16, const FVRect &, FSInt16, const FVRect *) override { fail(); }
+  FSInt32 modifiers() override { fail(); }
+};
+
+std::unique_ptr<ThrowingPorts> gThrowing;
 std::unique_ptr<viewtest::RecordingPorts> gPorts;
 std::unique_ptr<Application> gApp;
 std::vector<FSProc> gTable;
@@ -30,10 +48,23 @@ HFT start()
   return gTable.data();
 }
 
+void useThrowingPorts()
+{
+  gThrowing = std::make_unique<ThrowingPorts>();
+  Ports p = gApp->ports();
+  p.alerts = gThrowing.get();
+  p.progress = gThrowing.get();
+  p.cancel = gThrowing.get();
+  p.drag = gThrowing.get();
+  p.modifiers = gThrowing.get();
+  gApp->setPorts(p);
+}
+
 void stop()
 {
   gApp.reset();
   gPorts.reset();
+  gThrowing.reset();
   for (folio::model::PathName *p : gPathNames)
     folio::model::PathName::release(p);
   gPathNames.clear();

@@ -42,5 +42,9 @@ std::string activeTitle();
 bool buttonEnabled(FVToolButton b);
 bool buttonMarked(FVToolButton b);
 void pressButton(FVToolButton b);
+// Replaces the front end's alert, cancel, progress, drag and modifier ports
+// with ones that throw std::runtime_error on every call (a front end or view
+// failing under an entry).
+void useThrowingPorts();
 
 } // namespace tablehost
