@@ -43,8 +43,9 @@ constexpr int kMaxTiles = 16;
 struct InkDevice {
   fz_device super;
   fz_rect ink;
-  std::vector<fz_rect> *marks; // the clipped bounds of each painting operation
-  int marksLost;               // some bounds could not be kept: every strip spans the whole box
+  std::vector<fz_rect> *marks;   // the clipped bounds of each painting operation
+  std::vector<fz_rect> *snapped; // those of them the renderer may paint over whole pixels
+  int marksLost;                 // some bounds could not be kept: every strip spans the whole box
   fz_rect clip[kMaxClips];
   int depth;
   int overflow; // clips beyond kMaxClips: not narrowed, only counted
@@ -67,7 +68,10 @@ void pushClip(InkDevice *d, fz_rect r)
     d->overflow++;
 }
 
-void addInk(InkDevice *d, fz_rect r)
+// `snapped`: images and shadings, which the renderer paints over whole
+// pixels; so it does with anything cut by a clip (a rectangular clip is a
+// scissor rounded outwards to whole pixels).
+void addInk(InkDevice *d, fz_rect r, bool snapped = false)
 {
   if (d->inMask)
     return;
@@ -75,12 +79,15 @@ void addInk(InkDevice *d, fz_rect r)
     d->tileInk[d->tiles - 1] = 1;
     return;
   }
-  r = fz_intersect_rect(r, currentClip(d));
-  if (fz_is_empty_rect(r))
+  fz_rect in = fz_intersect_rect(r, currentClip(d));
+  if (fz_is_empty_rect(in))
     return;
-  d->ink = fz_union_rect(d->ink, r);
+  snapped = snapped || in.x0 != r.x0 || in.y0 != r.y0 || in.x1 != r.x1 || in.y1 != r.y1;
+  d->ink = fz_union_rect(d->ink, in);
   try {
-    d->marks->push_back(r);
+    d->marks->push_back(in);
+    if (snapped)
+      d->snapped->push_back(in);
   } catch (...) {
     d->marksLost = 1;
   }
@@ -279,20 +286,20 @@ void clipStrokeText(fz_context *ctx, fz_device *dev, const fz_text *text, const 
 void fillShade(fz_context *ctx, fz_device *dev, fz_shade *shade, fz_matrix ctm, float alpha, fz_color_params)
 {
   if (alpha > 0)
-    addInk(ink(dev), fz_bound_shade(ctx, shade, ctm));
+    addInk(ink(dev), fz_bound_shade(ctx, shade, ctm), true);
 }
 
 void fillImage(fz_context *, fz_device *dev, fz_image *, fz_matrix ctm, float alpha, fz_color_params)
 {
   if (alpha > 0)
-    addInk(ink(dev), fz_transform_rect(fz_unit_rect, ctm));
+    addInk(ink(dev), fz_transform_rect(fz_unit_rect, ctm), true);
 }
 
 void fillImageMask(fz_context *ctx, fz_device *dev, fz_image *, fz_matrix ctm, fz_colorspace *cs,
                    const float *color, float alpha, fz_color_params params)
 {
   if (!isWhite(ctx, cs, color, alpha, params))
-    addInk(ink(dev), fz_transform_rect(fz_unit_rect, ctm));
+    addInk(ink(dev), fz_transform_rect(fz_unit_rect, ctm), true);
 }
 
 void clipImageMask(fz_context *, fz_device *dev, fz_image *, fz_matrix ctm, fz_rect)
@@ -349,9 +356,10 @@ void endTile(fz_context *, fz_device *dev)
 }
 
 fz_rect looseInk(fz_context *ctx, fz_display_list *list, fz_cookie *cookie, std::vector<fz_rect> &marks,
-                 int &marksLost)
+                 std::vector<fz_rect> &snapped, int &marksLost)
 {
   marks.clear();
+  snapped.clear();
   marksLost = 0;
   fz_rect out = fz_empty_rect;
   fz_device *dev = nullptr;
@@ -362,6 +370,7 @@ fz_rect looseInk(fz_context *ctx, fz_display_list *list, fz_cookie *cookie, std:
     dev = &d->super;
     d->ink = fz_empty_rect;
     d->marks = &marks;
+    d->snapped = &snapped;
     d->marksLost = 0;
     d->depth = d->overflow = d->inMask = d->tiles = 0;
     dev->fill_path = fillPath;
@@ -453,17 +462,34 @@ void renderGrey(fz_context *ctx, fz_display_list *list, fz_cookie *cookie, doubl
 enum Edge { Left, Right, Bottom, Top };
 
 // The close look at an edge pixel is this much finer; kZoomFine for an edge
-// painted over whole pixels or in a pale ink, which need 1/32 pt. (Finer
-// looks are costly: glyphs then exceed the engine's glyph cache and are
-// drawn from their outlines every time.)
+// painted over whole pixels, which is placed only to a pixel, and for a very
+// pale ink. (Finer looks
+// are costly: glyphs then exceed the engine's glyph cache and are drawn
+// from their outlines, every glyph of a line, on every look.)
 constexpr double kZoom = 4;
 constexpr double kZoomFine = 8;
 constexpr int kCloseRun = 4; // pixels: longer runs of ink along an edge are placed by coverage
 
 struct Scratch {
   Grey strip, close;
-  std::vector<fz_rect> marks;
+  std::vector<fz_rect> marks, snapped; // from step 1
+  bool marksLost = false;
 };
+
+// Whether the pixel at line `at`, position `k` of `g` may be painted over
+// whole pixels (see addInk).
+bool maySnap(const Scratch &sc, const Grey &g, Edge e, int at, int k)
+{
+  if (sc.marksLost)
+    return true;
+  int i = (e == Left || e == Right) ? at : k, j = (e == Left || e == Right) ? k : at;
+  fz_rect px = fz_make_rect(static_cast<float>(g.gx + i / g.s), static_cast<float>(g.gy - (j + 1) / g.s),
+                            static_cast<float>(g.gx + (i + 1) / g.s), static_cast<float>(g.gy - j / g.s));
+  for (const fz_rect &m : sc.snapped)
+    if (!fz_is_empty_rect(fz_intersect_rect(m, px)))
+      return true;
+  return false;
+}
 
 inline bool allWhite(const unsigned char *p, int n)
 {
@@ -546,9 +572,11 @@ int inward(const Grey &g, Edge e, int at, int k, int d)
 }
 
 constexpr int kPlateau = 3; // grey levels: two inner pixels this close show the ink's own colour
+// Ink lighter than 255 - kPale gives few grey levels to place an edge by:
+// it is looked at closely; lighter than 255 - kVeryPale, at kZoomFine.
 constexpr int kPale = 64;
-constexpr double kFull = 0.98; // coverage from which an edge pixel counts as wholly covered   // ink lighter
-                               // than 255 - kPale gives too few grey levels to place an edge
+constexpr int kVeryPale = 16;
+constexpr double kFull = 0.98; // coverage from which an edge pixel counts as wholly covered
 
 // How much of the edge pixel `v` the ink covers. Its colour is the ink's
 // next to it: the two pixels inwards, when they agree (a plateau: the ink is
@@ -564,7 +592,7 @@ double coverage(const Grey &g, Edge e, int at, int k, bool &sure, bool &pale)
   if (v1 >= 0 && v2 >= 0 && v1 < 255 && v2 < 255 && std::abs(v1 - v2) <= kPlateau) {
     int ink = std::min(v1, v2);
     sure = 255 - ink >= kPale;
-    pale = !sure;
+    pale = 255 - ink < kVeryPale;
     return std::min(1.0, (255.0 - v) / (255.0 - ink));
   }
   return (255.0 - v) / 255.0;
@@ -574,7 +602,7 @@ double coverage(const Grey &g, Edge e, int at, int k, bool &sure, bool &pale)
 // its pixels in [first, last]) and the pixel it was found at. `sure` when it
 // comes from an ink whose colour and depth are known; otherwise the darkest
 // pixel is chosen, to be looked at more closely. `pale` when some pixel's ink
-// is pale.
+// is very pale.
 double lineCoverage(const Grey &g, Edge e, int at, int first, int last, int &where, bool &sure, bool &pale)
 {
   double best = -1, darkCover = -1;
@@ -623,9 +651,10 @@ double placeEdge(const Grey &g, Edge e, int at, double cover)
 // The ink edge inside a grey render, in page space; false when all white.
 // A short run of ink along the edge (a corner, a point) covers its pixels
 // only partly, and an ink too thin or too pale to show its own colour gives
-// no sure coverage: that stretch (with two pixels inwards, for the ink's
-// colour) is rendered again kZoom times finer to place the edge within a
-// fraction of a pixel.
+// no sure coverage: that stretch is rendered again kZoom times finer to place
+// the edge within a fraction of a pixel, with two pixels inwards (for the
+// ink's colour) and one outwards (a pale ink covering little of a pixel
+// leaves it white).
 bool edgeIn(fz_context *ctx, fz_display_list *list, fz_cookie *cookie, Scratch &sc, const Grey &g, Edge e,
             double &out)
 {
@@ -635,9 +664,10 @@ bool edgeIn(fz_context *ctx, fz_display_list *list, fz_cookie *cookie, Scratch &
     return false;
   double cover = lineCoverage(g, e, at, first, last, where, sure, pale);
   out = placeEdge(g, e, at, cover);
-  // A wholly covered edge pixel is suspect: shadings and images under a
-  // rectangular clip are painted over whole pixels, past their true edge.
-  if (sure && cover < kFull && last - first + 1 > kCloseRun)
+  // A wholly covered edge pixel of a mark painted over whole pixels (see
+  // addInk) may lie past its true edge.
+  bool snapped = cover >= kFull && maySnap(sc, g, e, at, where);
+  if (sure && !snapped && last - first + 1 > kCloseRun)
     return true;
   if (last - first + 1 > kCloseRun) {
     // a long edge without a sure pixel: around the pixel chosen
@@ -648,19 +678,19 @@ bool edgeIn(fz_context *ctx, fz_display_list *list, fz_cookie *cookie, Scratch &
   switch (e) {
   case Left:
   case Right:
-    x0 = g.gx + (e == Left ? at : at - 2) / g.s;
-    x1 = g.gx + (e == Left ? at + 3 : at + 1) / g.s;
+    x0 = g.gx + (e == Left ? at - 1 : at - 2) / g.s;
+    x1 = g.gx + (e == Left ? at + 3 : at + 2) / g.s;
     y1 = g.gy - first / g.s;
     y0 = g.gy - (last + 1) / g.s;
     break;
   default:
-    y1 = g.gy - (e == Top ? at : at - 2) / g.s;
-    y0 = g.gy - (e == Top ? at + 3 : at + 1) / g.s;
+    y1 = g.gy - (e == Top ? at - 1 : at - 2) / g.s;
+    y0 = g.gy - (e == Top ? at + 3 : at + 2) / g.s;
     x0 = g.gx + first / g.s;
     x1 = g.gx + (last + 1) / g.s;
     break;
   }
-  renderGrey(ctx, list, cookie, x0, y0, x1, y1, g.s * (pale || cover >= kFull ? kZoomFine : kZoom), sc.close);
+  renderGrey(ctx, list, cookie, x0, y0, x1, y1, g.s * (snapped || pale ? kZoomFine : kZoom), sc.close);
   int cat, cfirst, clast, cwhere;
   bool csure, cpale;
   if (outermost(sc.close, e, cat, cfirst, clast))
@@ -770,7 +800,8 @@ bool measureInk(fz_context *ctx, fz_display_list *list, fz_rect media, fz_cookie
 {
   static thread_local Scratch sc; // pixel buffers reused from page to page
   int marksLost = 0;
-  fz_rect loose = fz_intersect_rect(looseInk(ctx, list, cookie, sc.marks, marksLost), media);
+  fz_rect loose = fz_intersect_rect(looseInk(ctx, list, cookie, sc.marks, sc.snapped, marksLost), media);
+  sc.marksLost = marksLost != 0;
   if (fz_is_empty_rect(loose) || !findEdges(ctx, list, cookie, sc, !marksLost, loose, box))
     return false;
   box = fz_intersect_rect(box, media);
