@@ -15,11 +15,32 @@
 // model misses or finds where Ghostscript does not.
 //
 // usage: bbox_bench [PAGES] [FILE]
+//
+// A second mode measures real documents, one after the other in this
+// process tree:
+//
+// usage: bbox_bench --files [--gs-pages N] [--no-gs] FILE.pdf...
+//
+// For each file it prints the wall and CPU time of `folio --crop-bbox each
+// FILE -o OUT` (the whole program: start, open, every page's box through the
+// plug-in, save), of the engine's own loose bounding-box device
+// (`mutool draw -F bbox -o /dev/null FILE`) and of Ghostscript's bbox device
+// (`gs -sDEVICE=bbox`; on at most N pages with --gs-pages, its time then
+// scaled to the whole file by pages, and left out with --no-gs), then the
+// ratios; then the totals.
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -29,6 +50,8 @@
 
 using namespace folio;
 using Clock = std::chrono::steady_clock;
+
+extern char **environ;
 
 namespace {
 
@@ -65,10 +88,154 @@ double diff(const B &a, const B &b)
       {std::fabs(a.x0 - b.x0), std::fabs(a.y0 - b.y0), std::fabs(a.x1 - b.x1), std::fabs(a.y1 - b.y1)});
 }
 
+// ---- real documents, through the programs --------------------------------------
+
+struct Run {
+  double wall = 0; // seconds
+  double cpu = 0;  // user + system seconds of the child and its children
+  long peakKb = 0; // maximum resident set size
+  int status = -1; // exit status
+};
+
+// Runs a program with its output discarded and measures it with wait4.
+Run spawnAndTime(const std::vector<std::string> &args)
+{
+  std::vector<char *> argv;
+  for (const std::string &a : args)
+    argv.push_back(const_cast<char *>(a.c_str()));
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t fa;
+  posix_spawn_file_actions_init(&fa);
+  posix_spawn_file_actions_addopen(&fa, 1, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_addopen(&fa, 2, "/dev/null", O_WRONLY, 0);
+  Run r;
+  auto t0 = Clock::now();
+  pid_t pid;
+  if (posix_spawnp(&pid, argv[0], &fa, nullptr, argv.data(), environ) != 0) {
+    posix_spawn_file_actions_destroy(&fa);
+    return r;
+  }
+  posix_spawn_file_actions_destroy(&fa);
+  int status = 0;
+  struct rusage ru {};
+  wait4(pid, &status, 0, &ru);
+  r.wall = std::chrono::duration<double>(Clock::now() - t0).count();
+  r.cpu = double(ru.ru_utime.tv_sec + ru.ru_stime.tv_sec) +
+          double(ru.ru_utime.tv_usec + ru.ru_stime.tv_usec) / 1e6;
+  r.peakKb = ru.ru_maxrss;
+  r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return r;
+}
+
+int countPages(const std::string &path)
+{
+  try {
+    return model::Document::open(path)->pageCount();
+  } catch (const model::ModelError &) {
+    return 0;
+  }
+}
+
+std::string baseName(const std::string &path)
+{
+  size_t slash = path.find_last_of('/');
+  return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+void printRun(const char *what, const Run &r, const Run *loose)
+{
+  std::printf("  %-24s wall %8.2f s  cpu %8.2f s  peak %6.1f MB  exit %d", what, r.wall, r.cpu,
+              r.peakKb / 1024.0, r.status);
+  if (loose && loose->wall > 0)
+    std::printf("  %6.2fx wall  %6.2fx cpu (of the loose device)", r.wall / loose->wall,
+                loose->cpu > 0 ? r.cpu / loose->cpu : 0.0);
+  std::printf("\n");
+  std::fflush(stdout);
+}
+
+int filesMode(int argc, char **argv)
+{
+  int gsPages = 0; // 0: every page
+  bool gs = true;
+  std::vector<std::string> files;
+  for (int i = 2; i < argc; ++i) {
+    std::string a = argv[i];
+    if (a == "--no-gs")
+      gs = false;
+    else if (a == "--gs-pages" && i + 1 < argc)
+      gsPages = std::atoi(argv[++i]);
+    else
+      files.push_back(a);
+  }
+  if (files.empty()) {
+    std::fprintf(stderr, "usage: bbox_bench --files [--gs-pages N] [--no-gs] FILE.pdf...\n");
+    return 2;
+  }
+  char tmpl[] = "/tmp/folio-bbox-bench-XXXXXX";
+  const char *dir = mkdtemp(tmpl);
+  if (!dir) {
+    std::perror("bbox_bench: mkdtemp");
+    return 1;
+  }
+  const std::string out = std::string(dir) + "/out.pdf";
+  Run total, totalLoose, totalGs;
+  total.status = totalLoose.status = totalGs.status = 0; // the first failure's status, else 0
+  int totalPages = 0;
+  for (const std::string &f : files) {
+    int pages = countPages(f);
+    std::printf("%s: %d pages\n", baseName(f).c_str(), pages);
+    Run ours = spawnAndTime({FOLIO_EXE, "--crop-bbox", "each", f, "-o", out});
+    Run loose = spawnAndTime({"mutool", "draw", "-F", "bbox", "-o", "/dev/null", f});
+    printRun("folio --crop-bbox each", ours, &loose);
+    printRun("mutool draw -F bbox", loose, nullptr);
+    Run ghost;
+    if (gs) {
+      int n = gsPages > 0 ? std::min(gsPages, pages) : pages;
+      std::vector<std::string> args{"gs", "-q", "-dNOPAUSE", "-dBATCH", "-dSAFER", "-sDEVICE=bbox"};
+      if (n < pages)
+        args.push_back("-dLastPage=" + std::to_string(n));
+      args.push_back(f);
+      ghost = spawnAndTime(args);
+      if (n < pages && n > 0) {
+        // Scaled to the whole file, as if every page cost as much.
+        ghost.wall *= double(pages) / n;
+        ghost.cpu *= double(pages) / n;
+      }
+      std::string what = n < pages ? "gs bbox (" + std::to_string(n) + " p, scaled)" : "gs -sDEVICE=bbox";
+      printRun(what.c_str(), ghost, &loose);
+      if (!totalGs.status)
+        totalGs.status = ghost.status;
+      totalGs.wall += ghost.wall;
+      totalGs.cpu += ghost.cpu;
+    }
+    if (!total.status)
+      total.status = ours.status;
+    if (!totalLoose.status)
+      totalLoose.status = loose.status;
+    total.wall += ours.wall;
+    total.cpu += ours.cpu;
+    total.peakKb = std::max(total.peakKb, ours.peakKb);
+    totalLoose.wall += loose.wall;
+    totalLoose.cpu += loose.cpu;
+    totalLoose.peakKb = std::max(totalLoose.peakKb, loose.peakKb);
+    totalPages += pages;
+  }
+  std::printf("total: %zu files, %d pages\n", files.size(), totalPages);
+  printRun("folio --crop-bbox each", total, &totalLoose);
+  printRun("mutool draw -F bbox", totalLoose, nullptr);
+  if (gs)
+    printRun("gs -sDEVICE=bbox", totalGs, &totalLoose);
+  unlink(out.c_str());
+  rmdir(dir);
+  return 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
+  if (argc > 1 && std::strcmp(argv[1], "--files") == 0)
+    return filesMode(argc, argv);
   int pages = argc > 1 ? std::atoi(argv[1]) : 1000;
   std::string path = argc > 2 ? argv[2] : "/tmp/bbox_bench_mixed.pdf";
 

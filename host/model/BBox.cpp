@@ -9,8 +9,11 @@
 //  2. each edge of their union is moved onto the ink by rendering, in grey at
 //     kFine pixels per point, a thin strip along it that spans only the marks
 //     reaching into it, and finding the outermost pixel that is not white.
-//     The coverage of that pixel places the edge inside it; a corner or point
-//     (a short run of ink) is looked at again kZoom times finer. A strip that
+//     The coverage of that pixel, against the colour of the ink next to it
+//     (so that grey, coloured and pale inks are placed as well as black),
+//     places the edge inside it; a corner or point (a short run of ink), a
+//     line too thin to show its colour, a pale ink and an edge painted over
+//     whole pixels are looked at again, finer. A strip that
 //     stays white (white paint over ink, or generous bounds) moves the search
 //     inwards with a deeper strip.
 // The result is clipped to the media box.
@@ -41,8 +44,9 @@ constexpr int kMaxTiles = 16;
 struct InkDevice {
   fz_device super;
   fz_rect ink;
-  std::vector<fz_rect> *marks; // the clipped bounds of each painting operation
-  int marksLost;               // some bounds could not be kept: every strip spans the whole box
+  std::vector<fz_rect> *marks;   // the clipped bounds of each painting operation
+  std::vector<fz_rect> *snapped; // those of them the renderer may paint over whole pixels
+  int marksLost;                 // some bounds could not be kept: every strip spans the whole box
   fz_rect clip[kMaxClips];
   int depth;
   int overflow; // clips beyond kMaxClips: not narrowed, only counted
@@ -65,7 +69,10 @@ void pushClip(InkDevice *d, fz_rect r)
     d->overflow++;
 }
 
-void addInk(InkDevice *d, fz_rect r)
+// `snapped`: images and shadings, which the renderer paints over whole
+// pixels; so it does with anything cut by a clip (a rectangular clip is a
+// scissor rounded outwards to whole pixels).
+void addInk(InkDevice *d, fz_rect r, bool snapped = false)
 {
   if (d->inMask)
     return;
@@ -73,12 +80,15 @@ void addInk(InkDevice *d, fz_rect r)
     d->tileInk[d->tiles - 1] = 1;
     return;
   }
-  r = fz_intersect_rect(r, currentClip(d));
-  if (fz_is_empty_rect(r))
+  fz_rect in = fz_intersect_rect(r, currentClip(d));
+  if (fz_is_empty_rect(in))
     return;
-  d->ink = fz_union_rect(d->ink, r);
+  snapped = snapped || in.x0 != r.x0 || in.y0 != r.y0 || in.x1 != r.x1 || in.y1 != r.y1;
+  d->ink = fz_union_rect(d->ink, in);
   try {
-    d->marks->push_back(r);
+    d->marks->push_back(in);
+    if (snapped)
+      d->snapped->push_back(in);
   } catch (...) {
     d->marksLost = 1;
   }
@@ -277,20 +287,20 @@ void clipStrokeText(fz_context *ctx, fz_device *dev, const fz_text *text, const 
 void fillShade(fz_context *ctx, fz_device *dev, fz_shade *shade, fz_matrix ctm, float alpha, fz_color_params)
 {
   if (alpha > 0)
-    addInk(ink(dev), fz_bound_shade(ctx, shade, ctm));
+    addInk(ink(dev), fz_bound_shade(ctx, shade, ctm), true);
 }
 
 void fillImage(fz_context *, fz_device *dev, fz_image *, fz_matrix ctm, float alpha, fz_color_params)
 {
   if (alpha > 0)
-    addInk(ink(dev), fz_transform_rect(fz_unit_rect, ctm));
+    addInk(ink(dev), fz_transform_rect(fz_unit_rect, ctm), true);
 }
 
 void fillImageMask(fz_context *ctx, fz_device *dev, fz_image *, fz_matrix ctm, fz_colorspace *cs,
                    const float *color, float alpha, fz_color_params params)
 {
   if (!isWhite(ctx, cs, color, alpha, params))
-    addInk(ink(dev), fz_transform_rect(fz_unit_rect, ctm));
+    addInk(ink(dev), fz_transform_rect(fz_unit_rect, ctm), true);
 }
 
 void clipImageMask(fz_context *, fz_device *dev, fz_image *, fz_matrix ctm, fz_rect)
@@ -346,9 +356,11 @@ void endTile(fz_context *, fz_device *dev)
   }
 }
 
-fz_rect looseInk(fz_context *ctx, fz_display_list *list, std::vector<fz_rect> &marks, int &marksLost)
+fz_rect looseInk(fz_context *ctx, fz_display_list *list, fz_cookie *cookie, std::vector<fz_rect> &marks,
+                 std::vector<fz_rect> &snapped, int &marksLost)
 {
   marks.clear();
+  snapped.clear();
   marksLost = 0;
   fz_rect out = fz_empty_rect;
   fz_device *dev = nullptr;
@@ -359,6 +371,7 @@ fz_rect looseInk(fz_context *ctx, fz_display_list *list, std::vector<fz_rect> &m
     dev = &d->super;
     d->ink = fz_empty_rect;
     d->marks = &marks;
+    d->snapped = &snapped;
     d->marksLost = 0;
     d->depth = d->overflow = d->inMask = d->tiles = 0;
     dev->fill_path = fillPath;
@@ -378,7 +391,7 @@ fz_rect looseInk(fz_context *ctx, fz_display_list *list, std::vector<fz_rect> &m
     dev->end_mask = endMask;
     dev->begin_tile = beginTile;
     dev->end_tile = endTile;
-    fz_run_display_list(ctx, list, dev, fz_identity, fz_infinite_rect, pageWorkCookie(ctx));
+    fz_run_display_list(ctx, list, dev, fz_identity, fz_infinite_rect, cookie);
     fz_close_device(ctx, dev);
     out = d->ink;
   }
@@ -406,8 +419,8 @@ struct Grey {
   unsigned char at(int i, int j) const { return px[static_cast<size_t>(j) * w + i]; }
 };
 
-void renderGrey(fz_context *ctx, fz_display_list *list, double x0, double y0, double x1, double y1, double s,
-                Grey &g)
+void renderGrey(fz_context *ctx, fz_display_list *list, fz_cookie *cookie, double x0, double y0, double x1,
+                double y1, double s, Grey &g)
 {
   double i0 = std::floor(x0 * s + 1e-6), i1 = std::ceil(x1 * s - 1e-6);
   double j0 = std::floor(y0 * s + 1e-6), j1 = std::ceil(y1 * s - 1e-6);
@@ -433,7 +446,7 @@ void renderGrey(fz_context *ctx, fz_display_list *list, double x0, double y0, do
     pix = fz_new_pixmap_with_data(ctx, fz_device_gray(ctx), w, h, nullptr, 0, w, samples);
     dev = fz_new_draw_device(ctx, fz_identity, pix);
     fz_run_display_list(ctx, list, dev, ctm, fz_make_rect(0, 0, static_cast<float>(w), static_cast<float>(h)),
-                        pageWorkCookie(ctx));
+                        cookie);
     fz_close_device(ctx, dev);
   }
   fz_always(ctx)
@@ -449,13 +462,35 @@ void renderGrey(fz_context *ctx, fz_display_list *list, double x0, double y0, do
 
 enum Edge { Left, Right, Bottom, Top };
 
-constexpr double kZoom = 8;  // the close look at an edge pixel is this much finer
+// The close look at an edge pixel is this much finer; kZoomFine for an edge
+// painted over whole pixels, which is placed only to a pixel, and for a very
+// pale ink. (Finer looks
+// are costly: glyphs then exceed the engine's glyph cache and are drawn
+// from their outlines, every glyph of a line, on every look.)
+constexpr double kZoom = 4;
+constexpr double kZoomFine = 8;
 constexpr int kCloseRun = 4; // pixels: longer runs of ink along an edge are placed by coverage
 
 struct Scratch {
   Grey strip, close;
-  std::vector<fz_rect> marks;
+  std::vector<fz_rect> marks, snapped; // from step 1
+  bool marksLost = false;
 };
+
+// Whether the pixel at line `at`, position `k` of `g` may be painted over
+// whole pixels (see addInk).
+bool maySnap(const Scratch &sc, const Grey &g, Edge e, int at, int k)
+{
+  if (sc.marksLost)
+    return true;
+  int i = (e == Left || e == Right) ? at : k, j = (e == Left || e == Right) ? k : at;
+  fz_rect px = fz_make_rect(static_cast<float>(g.gx + i / g.s), static_cast<float>(g.gy - (j + 1) / g.s),
+                            static_cast<float>(g.gx + (i + 1) / g.s), static_cast<float>(g.gy - j / g.s));
+  for (const fz_rect &m : sc.snapped)
+    if (!fz_is_empty_rect(fz_intersect_rect(m, px)))
+      return true;
+  return false;
+}
 
 inline bool allWhite(const unsigned char *p, int n)
 {
@@ -473,8 +508,8 @@ inline bool allWhite(const unsigned char *p, int n)
 }
 
 // The outermost line (column for Left/Right, row for Bottom/Top) of `g` that
-// is not white, its darkest value and the run of non-white pixels along it.
-bool outermost(const Grey &g, Edge e, int &at, int &darkest, int &first, int &last)
+// is not white: its index and the run [first, last] of non-white pixels along it.
+bool outermost(const Grey &g, Edge e, int &at, int &first, int &last)
 {
   at = -1;
   if (e == Left || e == Right) {
@@ -500,17 +535,13 @@ bool outermost(const Grey &g, Edge e, int &at, int &darkest, int &first, int &la
     }
     if (at < 0)
       return false;
-    darkest = 255;
     first = last = -1;
-    for (int j = 0; j < g.h; ++j) {
-      unsigned char v = g.at(at, j);
-      if (v != 255) {
-        darkest = std::min<int>(darkest, v);
+    for (int j = 0; j < g.h; ++j)
+      if (g.at(at, j) != 255) {
         if (first < 0)
           first = j;
         last = j;
       }
-    }
     return true;
   }
   for (int k = 0; k < g.h; ++k) {
@@ -519,11 +550,9 @@ bool outermost(const Grey &g, Edge e, int &at, int &darkest, int &first, int &la
     if (allWhite(row, g.w))
       continue;
     at = j;
-    darkest = 255;
     first = last = -1;
     for (int i = 0; i < g.w; ++i)
       if (row[i] != 255) {
-        darkest = std::min<int>(darkest, row[i]);
         if (first < 0)
           first = i;
         last = i;
@@ -533,12 +562,81 @@ bool outermost(const Grey &g, Edge e, int &at, int &darkest, int &first, int &la
   return false;
 }
 
-// The page-space position of the ink edge within line `at` of `g`: the
-// partial coverage of its darkest pixel places the edge inside the line
-// (exact for straight edges, never off by a whole pixel).
-double placeEdge(const Grey &g, Edge e, int at, int darkest)
+// Pixel `k` along line `at` of `g`, `d` lines inwards from it (towards the
+// inside of the ink); -1 outside the render.
+int inward(const Grey &g, Edge e, int at, int k, int d)
 {
-  double cover = (255 - darkest) / 255.0;
+  int line = (e == Left || e == Top) ? at + d : at - d;
+  if (e == Left || e == Right)
+    return line >= 0 && line < g.w ? g.at(line, k) : -1;
+  return line >= 0 && line < g.h ? g.at(k, line) : -1;
+}
+
+constexpr int kPlateau = 3; // grey levels: two inner pixels this close show the ink's own colour
+// Ink lighter than 255 - kPale gives few grey levels to place an edge by:
+// it is looked at closely; lighter than 255 - kVeryPale, at kZoomFine.
+constexpr int kPale = 64;
+constexpr int kVeryPale = 16;
+constexpr double kFull = 0.98; // coverage from which an edge pixel counts as wholly covered
+
+// How much of the edge pixel `v` the ink covers. Its colour is the ink's
+// next to it: the two pixels inwards, when they agree (a plateau: the ink is
+// at least two pixels deep there). Without a plateau (a line or stem thinner
+// than two pixels) the ink is taken as black, which places the edge inside
+// the pixel and is marked unsure; so is a pale ink, whose few grey levels
+// place it coarsely.
+double coverage(const Grey &g, Edge e, int at, int k, bool &sure, bool &pale)
+{
+  int v = inward(g, e, at, k, 0);
+  int v1 = inward(g, e, at, k, 1), v2 = inward(g, e, at, k, 2);
+  sure = pale = false;
+  if (v1 >= 0 && v2 >= 0 && v1 < 255 && v2 < 255 && std::abs(v1 - v2) <= kPlateau) {
+    int ink = std::min(v1, v2);
+    sure = 255 - ink >= kPale;
+    pale = 255 - ink < kVeryPale;
+    return std::min(1.0, (255.0 - v) / (255.0 - ink));
+  }
+  return (255.0 - v) / 255.0;
+}
+
+// The covered fraction of the outermost line `at` of `g` (the largest among
+// its pixels in [first, last]) and the pixel it was found at. `sure` when it
+// comes from an ink whose colour and depth are known; otherwise the darkest
+// pixel is chosen, to be looked at more closely. `pale` when some pixel's ink
+// is very pale.
+double lineCoverage(const Grey &g, Edge e, int at, int first, int last, int &where, bool &sure, bool &pale)
+{
+  double best = -1, darkCover = -1;
+  int dark = first;
+  pale = false;
+  for (int k = first; k <= last; ++k) {
+    bool s, p;
+    double c = coverage(g, e, at, k, s, p);
+    pale = pale || p;
+    if (s && c > best) {
+      best = c;
+      where = k;
+    }
+    if (!s && c > darkCover) {
+      darkCover = c;
+      dark = k;
+    }
+  }
+  // An unsure pixel's coverage is a lower bound: one that already covers
+  // more than the sure ones may lie further out, and is looked at closely.
+  sure = best >= 0 && best >= darkCover;
+  if (!sure) {
+    where = dark;
+    return darkCover;
+  }
+  return best;
+}
+
+// The page-space position of the ink edge within line `at` of `g`, placed
+// inside the line by the covered fraction `cover` of its pixel (exact for
+// straight edges, never off by a whole pixel).
+double placeEdge(const Grey &g, Edge e, int at, double cover)
+{
   switch (e) {
   case Left:
     return g.gx + (at + 1 - cover) / g.s;
@@ -553,32 +651,51 @@ double placeEdge(const Grey &g, Edge e, int at, int darkest)
 
 // The ink edge inside a grey render, in page space; false when all white.
 // A short run of ink along the edge (a corner, a point) covers its pixels
-// only partly, so that stretch is rendered again kZoom times finer to place
-// the edge within a fraction of a pixel.
-bool edgeIn(fz_context *ctx, fz_display_list *list, Scratch &sc, const Grey &g, Edge e, double &out)
+// only partly, and an ink too thin or too pale to show its own colour gives
+// no sure coverage: that stretch is rendered again kZoom times finer to place
+// the edge within a fraction of a pixel, with two pixels inwards (for the
+// ink's colour) and one outwards (a pale ink covering little of a pixel
+// leaves it white).
+bool edgeIn(fz_context *ctx, fz_display_list *list, fz_cookie *cookie, Scratch &sc, const Grey &g, Edge e,
+            double &out)
 {
-  int at, darkest, first, last;
-  if (!outermost(g, e, at, darkest, first, last))
+  int at, first, last, where = 0;
+  bool sure, pale;
+  if (!outermost(g, e, at, first, last))
     return false;
-  out = placeEdge(g, e, at, darkest);
-  if (last - first + 1 > kCloseRun)
+  double cover = lineCoverage(g, e, at, first, last, where, sure, pale);
+  out = placeEdge(g, e, at, cover);
+  // A wholly covered edge pixel of a mark painted over whole pixels (see
+  // addInk) may lie past its true edge.
+  bool snapped = cover >= kFull && maySnap(sc, g, e, at, where);
+  if (sure && !snapped && last - first + 1 > kCloseRun)
     return true;
+  if (last - first + 1 > kCloseRun) {
+    // a long edge without a sure pixel: around the pixel chosen
+    first = std::max(first, where - 2);
+    last = std::min(last, where + 2);
+  }
   double x0, x1, y0, y1;
-  if (e == Left || e == Right) {
-    x0 = g.gx + at / g.s;
-    x1 = g.gx + (at + 1) / g.s;
+  switch (e) {
+  case Left:
+  case Right:
+    x0 = g.gx + (e == Left ? at - 1 : at - 2) / g.s;
+    x1 = g.gx + (e == Left ? at + 3 : at + 2) / g.s;
     y1 = g.gy - first / g.s;
     y0 = g.gy - (last + 1) / g.s;
-  } else {
-    y1 = g.gy - at / g.s;
-    y0 = g.gy - (at + 1) / g.s;
+    break;
+  default:
+    y1 = g.gy - (e == Top ? at - 1 : at - 2) / g.s;
+    y0 = g.gy - (e == Top ? at + 3 : at + 2) / g.s;
     x0 = g.gx + first / g.s;
     x1 = g.gx + (last + 1) / g.s;
+    break;
   }
-  renderGrey(ctx, list, x0, y0, x1, y1, g.s * kZoom, sc.close);
-  int cat, cdark, cfirst, clast;
-  if (outermost(sc.close, e, cat, cdark, cfirst, clast))
-    out = placeEdge(sc.close, e, cat, cdark);
+  renderGrey(ctx, list, cookie, x0, y0, x1, y1, g.s * (snapped || pale ? kZoomFine : kZoom), sc.close);
+  int cat, cfirst, clast, cwhere;
+  bool csure, cpale;
+  if (outermost(sc.close, e, cat, cfirst, clast))
+    out = placeEdge(sc.close, e, cat, lineCoverage(sc.close, e, cat, cfirst, clast, cwhere, csure, cpale));
   return true;
 }
 
@@ -587,8 +704,8 @@ bool edgeIn(fz_context *ctx, fz_display_list *list, Scratch &sc, const Grey &g, 
 // only the bounds of the marks that reach into it; when it is white (white
 // paint over ink, or bounds wider than the ink) the search moves on inwards
 // with a strip twice as deep.
-bool findEdge(fz_context *ctx, fz_display_list *list, Scratch &sc, bool useMarks, fz_rect a, Edge e,
-              double &at)
+bool findEdge(fz_context *ctx, fz_display_list *list, fz_cookie *cookie, Scratch &sc, bool useMarks,
+              fz_rect a, Edge e, double &at)
 {
   double width = kStrip;
   double pixel = 1 / kFine;
@@ -631,8 +748,8 @@ bool findEdge(fz_context *ctx, fz_display_list *list, Scratch &sc, bool useMarks
         span.y0 = strip.y0;
         span.y1 = strip.y1;
       }
-      renderGrey(ctx, list, span.x0, span.y0, span.x1, span.y1, kFine, sc.strip);
-      if (edgeIn(ctx, list, sc, sc.strip, e, at))
+      renderGrey(ctx, list, cookie, span.x0, span.y0, span.x1, span.y1, kFine, sc.strip);
+      if (edgeIn(ctx, list, cookie, sc, sc.strip, e, at))
         return true;
     }
     if (last)
@@ -657,11 +774,12 @@ bool findEdge(fz_context *ctx, fz_display_list *list, Scratch &sc, bool useMarks
 }
 
 // Edges of the ink inside `a`; false when there is none.
-bool findEdges(fz_context *ctx, fz_display_list *list, Scratch &sc, bool useMarks, const fz_rect &a,
-               fz_rect &out)
+bool findEdges(fz_context *ctx, fz_display_list *list, fz_cookie *cookie, Scratch &sc, bool useMarks,
+               const fz_rect &a, fz_rect &out)
 {
   double l, r, b, t;
-  if (!findEdge(ctx, list, sc, useMarks, a, Left, l) || !findEdge(ctx, list, sc, useMarks, a, Right, r))
+  if (!findEdge(ctx, list, cookie, sc, useMarks, a, Left, l) ||
+      !findEdge(ctx, list, cookie, sc, useMarks, a, Right, r))
     return false;
   // Top and bottom are searched only between the ink's left and right edges
   // (one pixel wider, for the pixels those edges lie in).
@@ -669,11 +787,26 @@ bool findEdges(fz_context *ctx, fz_display_list *list, Scratch &sc, bool useMark
   fz_rect band = a;
   band.x0 = static_cast<float>(std::max<double>(a.x0, l - pixel));
   band.x1 = static_cast<float>(std::min<double>(a.x1, r + pixel));
-  if (!findEdge(ctx, list, sc, useMarks, band, Bottom, b) || !findEdge(ctx, list, sc, useMarks, band, Top, t))
+  if (!findEdge(ctx, list, cookie, sc, useMarks, band, Bottom, b) ||
+      !findEdge(ctx, list, cookie, sc, useMarks, band, Top, t))
     return false;
   out = fz_make_rect(static_cast<float>(l), static_cast<float>(b), static_cast<float>(r),
                      static_cast<float>(t));
   return true;
+}
+
+// The ink of `list` within `media`, by the two steps above; false for a page
+// without marks. Engine errors propagate; every run of the list gets `cookie`.
+bool measureInk(fz_context *ctx, fz_display_list *list, fz_rect media, fz_cookie *cookie, fz_rect &box)
+{
+  static thread_local Scratch sc; // pixel buffers reused from page to page
+  int marksLost = 0;
+  fz_rect loose = fz_intersect_rect(looseInk(ctx, list, cookie, sc.marks, sc.snapped, marksLost), media);
+  sc.marksLost = marksLost != 0;
+  if (fz_is_empty_rect(loose) || !findEdges(ctx, list, cookie, sc, !marksLost, loose, box))
+    return false;
+  box = fz_intersect_rect(box, media);
+  return !fz_is_empty_rect(box);
 }
 
 } // namespace
@@ -683,23 +816,13 @@ FixedRect Page::measureBBox()
   fz_display_list *list = pageDisplayList(*this);
   DocumentImpl &d = doc_->impl();
   fz_context *ctx = d.ctx;
-  FixedRect mf = mediaBox();
-  fz_rect media = toRect(mf);
-  bool blank = false;
+  fz_rect media = toRect(mediaBox());
+  bool found = false;
   fz_rect box = fz_empty_rect;
-  static thread_local Scratch sc; // pixel buffers reused from page to page
-  engineCall(ctx, ModelErrorKind::Engine, "Cannot measure the page contents", [&] {
-    int marksLost = 0;
-    fz_rect loose = fz_intersect_rect(looseInk(ctx, list, sc.marks, marksLost), media);
-    if (fz_is_empty_rect(loose) || !findEdges(ctx, list, sc, !marksLost, loose, box))
-      blank = true;
-  });
-  if (blank)
-    return cropBox();
-  box = fz_intersect_rect(box, media);
-  if (fz_is_empty_rect(box))
-    return cropBox();
-  return toFixedRect(box);
+  engineCall(ctx, ModelErrorKind::Engine, "Cannot measure the page contents",
+             [&] { found = measureInk(ctx, list, media, pageWorkCookie(ctx), box); });
+  // A page without marks answers its crop box as it is now.
+  return found ? toFixedRect(box) : cropBox();
 }
 
 } // namespace folio::model

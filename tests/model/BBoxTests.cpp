@@ -256,6 +256,48 @@ TEST_F(ModelBBox, HairThinLineIsFound)
   EXPECT_RECT_NEAR(r, 100, 399.875, 500, 400.125, kTol);
 }
 
+// Any ink that is not white is found to within 0.05 pt, however pale: the
+// edge pixel's coverage is measured against the colour of the ink next to
+// it, not against black. Squares of several inks, on edges at several
+// fractions of a pixel, at every rotation.
+TEST_F(ModelBBox, EveryInkIsFoundWithinAHundredthOfAnInchAndLess)
+{
+  constexpr double kPaleTol = 0.05;
+  struct Ink {
+    const char *name;
+    Mark (*make)(Box);
+  };
+  const Ink inks[] = {
+      {"black", [](Box b) { return Mark::fillRect(b, 0); }},
+      {"50% grey", [](Box b) { return Mark::fillRect(b, 0.5); }},
+      {"99% grey", [](Box b) { return Mark::fillRect(b, 0.99); }},
+      {"pale yellow", [](Box b) { return Mark::fillRectRgb(b, 1, 1, 0.8); }},
+      {"gradient", [](Box b) { return Mark::gradientRect(b); }},
+  };
+  std::vector<PageSpec> pages;
+  std::vector<std::string> names;
+  const double offsets[] = {0.0, 0.03, 0.09, 0.13, 0.17, 0.22};
+  for (const Ink &ink : inks)
+    for (int rot : {0, 90, 180, 270})
+      for (double o : offsets) {
+        PageSpec s = page({ink.make({100 + o, 150 + 2 * o, 300 + 3 * o, 420 - o})});
+        s.rotate = rot;
+        pages.push_back(s);
+        names.push_back(std::string(ink.name) + ", rotation " + std::to_string(rot) + ", offset " +
+                        std::to_string(o));
+      }
+  std::vector<pdfgen::PageInk> truth;
+  auto doc = Document::open(write("inks.pdf", pages, &truth));
+  for (size_t i = 0; i < pages.size(); ++i) {
+    SCOPED_TRACE(names[i]);
+    Page *p = doc->acquirePage(static_cast<int>(i));
+    FixedRect r = p->bbox();
+    const Box &b = truth[i].ink;
+    EXPECT_RECT_NEAR(r, b.x0, b.y0, b.x1, b.y1, kPaleTol);
+    doc->releasePage(p);
+  }
+}
+
 TEST_F(ModelBBox, EveryPageOfTheMixedSetWithinAQuarterPoint)
 {
   std::vector<PageSpec> pages;

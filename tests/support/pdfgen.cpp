@@ -78,8 +78,13 @@ std::string contentOf(const Mark &m)
   std::ostringstream s;
   switch (m.kind) {
   case Mark::FillRect:
-    s << "q " << num(m.grey) << " g " << num(m.box.x0) << " " << num(m.box.y0) << " "
-      << num(m.box.x1 - m.box.x0) << " " << num(m.box.y1 - m.box.y0) << " re f Q\n";
+    if (m.colour)
+      s << "q " << num(m.rgb[0]) << " " << num(m.rgb[1]) << " " << num(m.rgb[2]) << " rg " << num(m.box.x0)
+        << " " << num(m.box.y0) << " " << num(m.box.x1 - m.box.x0) << " " << num(m.box.y1 - m.box.y0)
+        << " re f Q\n";
+    else
+      s << "q " << num(m.grey) << " g " << num(m.box.x0) << " " << num(m.box.y0) << " "
+        << num(m.box.x1 - m.box.x0) << " " << num(m.box.y1 - m.box.y0) << " re f Q\n";
     break;
   case Mark::StrokeRect:
     s << "q " << num(m.grey) << " G " << num(m.width) << " w 0 J 0 j 10 M " << num(m.box.x0) << " "
@@ -111,6 +116,11 @@ std::string contentOf(const Mark &m)
     s << "q " << num(m.clip.x0) << " " << num(m.clip.y0) << " " << num(m.clip.x1 - m.clip.x0) << " "
       << num(m.clip.y1 - m.clip.y0) << " re W n " << num(m.grey) << " g " << num(m.box.x0) << " "
       << num(m.box.y0) << " " << num(m.box.x1 - m.box.x0) << " " << num(m.box.y1 - m.box.y0) << " re f Q\n";
+    break;
+  case Mark::Gradient:
+    // The unit square carried onto the box; the shading runs along its x.
+    s << "q " << num(m.box.x1 - m.box.x0) << " 0 0 " << num(m.box.y1 - m.box.y0) << " " << num(m.box.x0)
+      << " " << num(m.box.y0) << " cm 0 0 1 1 re W n /Sh1 sh Q\n";
     break;
   case Mark::Text:
     s << "q " << num(m.grey) << " g BT /F1 " << num(m.size) << " Tf " << num(m.x0) << " " << num(m.y0)
@@ -174,6 +184,24 @@ Mark Mark::fillRect(Box b, double grey)
   m.kind = FillRect;
   m.box = b;
   m.grey = grey;
+  return m;
+}
+
+Mark Mark::fillRectRgb(Box b, double r, double g, double bl)
+{
+  Mark m = fillRect(b);
+  m.colour = true;
+  m.rgb[0] = r;
+  m.rgb[1] = g;
+  m.rgb[2] = bl;
+  return m;
+}
+
+Mark Mark::gradientRect(Box b)
+{
+  Mark m;
+  m.kind = Gradient;
+  m.box = b;
   return m;
 }
 
@@ -266,6 +294,7 @@ Box markExtent(const Mark &m)
 {
   switch (m.kind) {
   case Mark::FillRect:
+  case Mark::Gradient:
     return m.box;
   case Mark::StrokeRect: {
     double h = m.width / 2;
@@ -327,7 +356,7 @@ Box markExtent(const Mark &m)
 
 bool isInk(const Mark &m)
 {
-  if (m.grey >= 1)
+  if (m.colour ? m.rgb[0] >= 1 && m.rgb[1] >= 1 && m.rgb[2] >= 1 : m.grey >= 1 && m.kind != Mark::Gradient)
     return false;
   if (m.kind == Mark::Text) {
     bool letters = false;
@@ -378,7 +407,11 @@ Writer::Writer(const std::string &path) : path_(path)
   beginObject(kFont);
   write("<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica /Encoding /WinAnsiEncoding >>\nendobj\n");
   beginObject(kResources);
-  write("<< /Font << /F1 3 0 R >> /ProcSet [/PDF /Text] >>\nendobj\n");
+  // Sh1: the grey axial shading of Gradient marks, along x of the unit square.
+  write(
+      "<< /Font << /F1 3 0 R >> /Shading << /Sh1 << /ShadingType 2 /ColorSpace /DeviceGray /Coords [0 0 1 0] "
+      "/Function << /FunctionType 2 /Domain [0 1] /C0 [0.05] /C1 [0.97] /N 1 >> /Extend [true true] >> >> "
+      "/ProcSet [/PDF /Text] >>\nendobj\n");
 }
 
 Writer::~Writer()

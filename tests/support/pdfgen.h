@@ -36,13 +36,14 @@ enum class Cap { Butt = 0, Round = 1, Square = 2 };
 // not ink.
 struct Mark {
   enum Kind {
-    FillRect,   // filled rectangle box
-    StrokeRect, // rectangle box stroked with `width`, mitred corners
-    Line,       // segment (x0,y0)-(x1,y1) stroked with `width` and `cap`
-    Curve,      // cubic Bezier p0 p1 p2 p3 stroked with `width`, round caps
-    Ellipse,    // filled ellipse of centre (x0, y0) and radii (x1, y1), four Bezier arcs
-    Text,       // `text` in Helvetica at `size` points, baseline origin (x0, y0)
-    ClippedRect // filled rectangle `box` seen through the clip rectangle `clip`
+    FillRect,    // filled rectangle box
+    StrokeRect,  // rectangle box stroked with `width`, mitred corners
+    Line,        // segment (x0,y0)-(x1,y1) stroked with `width` and `cap`
+    Curve,       // cubic Bezier p0 p1 p2 p3 stroked with `width`, round caps
+    Ellipse,     // filled ellipse of centre (x0, y0) and radii (x1, y1), four Bezier arcs
+    Text,        // `text` in Helvetica at `size` points, baseline origin (x0, y0)
+    ClippedRect, // filled rectangle `box` seen through the clip rectangle `clip`
+    Gradient // rectangle `box` filled with an axial shading, grey 0.05 at its left side to 0.97 at its right
   } kind = FillRect;
   Box box;                               // FillRect, StrokeRect, ClippedRect
   Box clip;                              // ClippedRect
@@ -50,9 +51,11 @@ struct Mark {
   double p[8] = {0};                     // Curve: x0 y0 x1 y1 x2 y2 x3 y3
   double width = 1;                      // stroke width
   Cap cap = Cap::Butt;
-  double grey = 0;  // 0 black, 1 white
-  std::string text; // letters of "EFHILT" and spaces only
-  double size = 12; // text size
+  double grey = 0;     // 0 black, 1 white
+  bool colour = false; // FillRect: painted in `rgb` (DeviceRGB) instead of `grey`
+  double rgb[3] = {0}; // 0 to 1 each; all 1 is white
+  std::string text;    // letters of "EFHILT" and spaces only
+  double size = 12;    // text size
 
   static Mark fillRect(Box b, double grey = 0);
   static Mark strokeRect(Box b, double width);
@@ -61,6 +64,8 @@ struct Mark {
   static Mark ellipse(double cx, double cy, double rx, double ry);
   static Mark textAt(double x, double y, double size, const std::string &text);
   static Mark clippedRect(Box b, Box clip);
+  static Mark fillRectRgb(Box b, double r, double g, double bl);
+  static Mark gradientRect(Box b);
 };
 
 // Exact extents of what a mark paints (white marks included; see isInk).
