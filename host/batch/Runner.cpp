@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "model/ModelError.h"
+#include "view/StatusText.h"
 
 namespace folio::batch {
 
@@ -223,7 +224,7 @@ bool Runner::open(const Step &s)
   havePassword_ = !s.password.empty();
   try {
     view::DocWindow &doc = app_.openDocument(s.text);
-    out_ << "opened: " << s.text << " (" << doc.pageView().pageCount() << " pages)\n";
+    out_ << "opened: " << s.text << " (" << view::countOf(doc.pageView().pageCount(), "page") << ")\n";
   } catch (const model::ModelError &e) {
     havePassword_ = false;
     return error(s.line, "cannot open " + quoted(s.text) + ": " + e.what());
@@ -240,7 +241,7 @@ bool Runner::goToPage(const Step &s)
   view::PageView &v = doc->pageView();
   if (s.number > v.pageCount() || !v.goToPage(int(s.number - 1)))
     return error(s.line, "page " + std::to_string(s.number) + " is out of range (the document has " +
-                             std::to_string(v.pageCount()) + " pages)");
+                             view::countOf(v.pageCount(), "page") + ")");
   return true;
 }
 
