@@ -76,6 +76,7 @@ void ProgressDialog::begin(const std::string &message)
   XtManageChild(form_);
   nameWindow(shell_, "Progress");
   nameWindow(cancel_, "Cancel");
+  nameWindow(bar_, "progress bar");
   label_ = "-";
   setLabel("");
   focusWhenViewable(shell_, cancel_);

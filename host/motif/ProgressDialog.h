@@ -1,7 +1,8 @@
 // ProgressDialog.h: the progress window of long document operations.
 //
 // A modal window with a message, a bar with a label beside it ("Page 3 of
-// 40") and a "Cancel" button. It is put up
+// 40") and a "Cancel" button. Their windows are named "Progress" (the
+// window), "progress bar", the label's text, and "Cancel". It is put up
 // when an operation begins and taken down when it ends. Pressing Cancel (or
 // Escape while the window has focus) records a request to stop, which the
 // host's cancel test reports at its next poll. poll() processes the X events

@@ -278,10 +278,17 @@ int Viewer::Impl::run(const std::vector<std::string> &files)
 
 void Viewer::Impl::sync()
 {
+  bool relayout = menusDirty || toolBarDirty;
   if (menusDirty)
     rebuildMenus();
   if (toolBarDirty)
     rebuildToolBar();
+  if (relayout && XtIsRealized(mainWindow)) {
+    // The main window does not place its rows again when only their
+    // children changed: the tool bar could be left over the menu bar.
+    XtUnmanageChild(toolBar);
+    XtManageChild(toolBar);
+  }
   // The active document may have changed behind our back (Revert closes and
   // reopens it).
   view::DocWindow *active = app.activeDocument();
