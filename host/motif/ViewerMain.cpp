@@ -748,10 +748,12 @@ bool Viewer::Impl::handleKey(XEvent &ev)
   default:
     break;
   }
-  if (ev.xkey.window == XtWindow(area))
+  if (ev.xkey.window == XtWindow(area)) {
     guarded(app, [&] {
       app.toolKeyDown(static_cast<FSUns16>(sym), static_cast<FSInt16>(modifierWord(ev.xkey.state)));
     });
+    app.endOpenProgress();
+  }
   return false;
 }
 
@@ -804,6 +806,7 @@ void Viewer::Impl::onInput(Widget, XtPointer client, XEvent *ev, Boolean *)
                           static_cast<FSInt16>(modifierWord(ev->xbutton.state)),
                           static_cast<FSInt16>(self->clickCount));
     });
+    self->app.endOpenProgress();
     self->inClick = false;
     // The tool may have scrolled (the hand tool): keep the scroll in range.
     if (self->shownView() == v)

@@ -380,6 +380,7 @@ void Viewer::Impl::onMenuItem(Widget, XtPointer client, XtPointer)
   auto *ref = static_cast<ItemRef *>(client);
   Viewer::Impl *self = ref->viewer;
   guarded(self->app, [&] { ref->item->runAsUser(); });
+  self->app.endOpenProgress();
   self->refreshToolBar();
 }
 
@@ -413,6 +414,7 @@ bool Viewer::Impl::runShortcut(char key, FSInt16 flags)
   if (!found)
     return false;
   guarded(app, [&] { found->runAsUser(); });
+  app.endOpenProgress();
   return true;
 }
 
@@ -500,6 +502,7 @@ void Viewer::Impl::onToolButton(Widget, XtPointer client, XtPointer)
   if (ref->index >= self->tools.size())
     return;
   guarded(self->app, [&] { self->tools[ref->index].button->runAsUser(); });
+  self->app.endOpenProgress();
   // The pressed look follows the button's marked state, not the click.
   self->refreshToolBar();
 }

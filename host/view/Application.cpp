@@ -472,6 +472,12 @@ void Application::progressBegin()
     ports_.progress->begin();
 }
 
+void Application::endOpenProgress()
+{
+  if (progActive_)
+    progressEnd();
+}
+
 void Application::progressEnd()
 {
   progActive_ = false;

@@ -147,6 +147,11 @@ public:
   void progressEnd();
   void progressSetDuration(FSInt32 duration);
   void progressSetValue(FSInt32 value);
+  // Ends a progress operation still open when a user action is over (an
+  // extension that began one and never ended it would otherwise leave the
+  // front end's progress window up, holding off all input). Front ends call
+  // it after every menu item, button, shortcut and tool click they run.
+  void endOpenProgress();
   FSInt32 progressDuration() const { return progDuration_; }
   FSInt32 progressValue() const { return progValue_; }
   bool progressActive() const { return progActive_; }

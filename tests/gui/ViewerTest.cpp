@@ -895,6 +895,38 @@ TEST_F(GuiViewer, TheProgressWindowNamesThePageAndItsBarMatchesIt)
   }
 }
 
+// Closes a top-level window as a window manager would: WM_DELETE_WINDOW.
+void closeWindow(Display *dpy, unsigned long w)
+{
+  XEvent e{};
+  e.xclient.type = ClientMessage;
+  e.xclient.window = w;
+  e.xclient.message_type = XInternAtom(dpy, "WM_PROTOCOLS", False);
+  e.xclient.format = 32;
+  e.xclient.data.l[0] = static_cast<long>(XInternAtom(dpy, "WM_DELETE_WINDOW", False));
+  e.xclient.data.l[1] = CurrentTime;
+  XSendEvent(dpy, w, False, NoEventMask, &e);
+  XFlush(dpy);
+}
+
+TEST_F(GuiViewer, ClosingTheEachOrBiggestQuestionLeavesNoProgressWindowBehind)
+{
+  std::string pdf = makePdf("three.pdf", {"--pages", "3", "--rect", "100,100,300,300"});
+  startFolio(pdf);
+  chooseMenu({"Extensions", "QUIL:Page Shear", "QUIL:PageShearBBox"});
+  press("All");
+  ASSERT_NE(window("Each"), 0u);
+  // Closed without a button: the command began a progress operation and
+  // leaves without ending it.
+  closeWindow(dpy, window("Folio"));
+  settle(500);
+  EXPECT_EQ(guitest::findWindow(xvfb.display(), "Progress", 1500), 0u) << "the progress window stayed up";
+  // The viewer still takes input: Ctrl+Q quits.
+  key("ctrl+q");
+  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
+  folio = -1;
+}
+
 TEST_F(GuiViewer, TheStatusLineShowsTheRegionWhileItIsDrawnInTheChosenUnit)
 {
   std::string pdf = makePdf("letter.pdf", {"--rect", "100,100,300,300"});

@@ -206,6 +206,23 @@ TEST(ViewApp, ProgressMonitorForwardsToThePort)
   EXPECT_EQ(ports.log, (std::vector<std::string>{"begin", "duration 3", "value 0", "value 2", "end"}));
 }
 
+TEST(ViewApp, AProgressOperationLeftOpenEndsWithTheUserAction)
+{
+  Application app;
+  RecordingPorts ports;
+  app.setPorts(ports.ports());
+  void *data = nullptr;
+  ProgressMonitor mon = app.progressMonitor(&data);
+  app.endOpenProgress(); // nothing open: nothing to end
+  EXPECT_TRUE(ports.log.empty());
+  mon->beginOperation(data);
+  mon->setDuration(3, data);
+  app.endOpenProgress();
+  EXPECT_FALSE(app.progressActive());
+  app.endOpenProgress();
+  EXPECT_EQ(ports.log, (std::vector<std::string>{"begin", "duration 3", "end"}));
+}
+
 TEST(ViewApp, ProgressMonitorWithoutPortKeepsItsValues)
 {
   Application app;
