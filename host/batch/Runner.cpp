@@ -10,6 +10,7 @@
 #include "model/Budget.h"
 #include "core/Guard.h"
 #include "model/ModelError.h"
+#include "view/StatusText.h"
 
 namespace folio::batch {
 
@@ -244,7 +245,7 @@ bool Runner::open(const Step &s)
     view::DocWindow &doc = app_.openDocument(s.text);
     // Nothing here needs the page's pixels until a snapshot.
     doc.pageView().setShowsContents(false);
-    out_ << "opened: " << escapeControlBytes(s.text) << " (" << doc.pageView().pageCount() << " pages)\n";
+    out_ << "opened: " << escapeControlBytes(s.text) << " (" << view::countOf(doc.pageView().pageCount(), "page") << ")\n";
     const model::Document &d = doc.document();
     if (havePassword_ && !passwordAsked_ && d.isEncrypted() && !d.openedAsOwner())
       note("the password given is not the owner password of " + quoted(s.text) +
@@ -265,7 +266,7 @@ bool Runner::goToPage(const Step &s)
   view::PageView &v = doc->pageView();
   if (s.number > v.pageCount() || !v.goToPage(int(s.number - 1)))
     return error(s.line, "page " + std::to_string(s.number) + " is out of range (the document has " +
-                             std::to_string(v.pageCount()) + " pages)");
+                             view::countOf(v.pageCount(), "page") + ")");
   return true;
 }
 

@@ -4,8 +4,10 @@
 
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <sstream>
 
 #include "Atoms.h"
 
@@ -41,6 +43,11 @@ std::string folderOf(const std::string &path)
   if (slash == std::string::npos)
     return ".";
   return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+bool isPreferenceKey(const std::string &key)
+{
+  return key == "units" || key == "show-cropped-pages";
 }
 
 } // namespace
@@ -117,8 +124,10 @@ Configuration::Configuration(const ConfigInputs &inputs)
 {
   if (inputs.executableDir && !inputs.executableDir->empty())
     defaultFolder_ = *inputs.executableDir + "/plug_ins";
-  if (inputs.configFile)
+  if (inputs.configFile) {
+    configFile_ = *inputs.configFile;
     readFile(*inputs.configFile);
+  }
   if (inputs.edition) {
     if (auto e = parseEdition(*inputs.edition))
       edition_ = *e;
@@ -159,6 +168,8 @@ void Configuration::readFile(const std::string &path)
       // Relative entries are relative to the file's own folder.
       for (auto &item : splitPathList(value))
         sources_.push_back({item[0] == '/' ? item : folderOf(path) + "/" + item, SourceOrigin::ConfigFile});
+    } else if (isPreferenceKey(key)) {
+      preferences_[key] = value;
     } else {
       warnings_.push_back(where + ": unknown key \"" + key + "\" (ignored)");
     }
@@ -208,6 +219,51 @@ void Configuration::set(const char *key, void *value)
     values_[key] = value;
   else
     values_.erase(key);
+}
+
+std::string Configuration::preference(const std::string &key) const
+{
+  auto it = preferences_.find(key);
+  return it == preferences_.end() ? std::string() : it->second;
+}
+
+bool Configuration::storePreference(const std::string &key, const std::string &value)
+{
+  preferences_[key] = value;
+  if (configFile_.empty())
+    return false;
+  std::ostringstream out;
+  bool replaced = false;
+  {
+    std::ifstream in(configFile_);
+    std::string line;
+    while (std::getline(in, line)) {
+      std::string text = trim(line);
+      auto eq = text.find('=');
+      if (!text.empty() && text[0] != '#' && eq != std::string::npos && trim(text.substr(0, eq)) == key) {
+        if (!replaced)
+          out << key << " = " << value << "\n";
+        replaced = true;
+        continue;
+      }
+      out << line << "\n";
+    }
+  }
+  if (!replaced)
+    out << key << " = " << value << "\n";
+  std::string folder = folderOf(configFile_);
+  std::string mkdir = "mkdir -p '" + folder + "'";
+  if (folder != "." && std::system(mkdir.c_str()) != 0)
+    return false;
+  std::string temp = configFile_ + ".new";
+  {
+    std::ofstream file(temp, std::ios::trunc);
+    file << out.str();
+    file.flush();
+    if (!file)
+      return false;
+  }
+  return std::rename(temp.c_str(), configFile_.c_str()) == 0;
 }
 
 Configuration &configuration()

@@ -9,7 +9,9 @@
 //
 // Config file: one "key = value" a line; blank lines and lines starting with
 // '#' are ignored; keys: "edition" ("editing" or "read-only"), "plugin-path"
-// (colon-separated folders or files). Environment: FOLIO_EDITION (same
+// (colon-separated folders or files), and the viewer's preferences "units"
+// and "show-cropped-pages" (kept as text; the viewer reads and stores them
+// with preference() and storePreference()). Environment: FOLIO_EDITION (same
 // values), FOLIO_PLUGIN_PATH (colon-separated). Unknown keys and values are
 // ignored and noted in warnings().
 //
@@ -79,6 +81,16 @@ public:
   void *get(const char *key) const;
   void set(const char *key, void *value);
 
+  // A viewer preference from the config file ("units", "show-cropped-pages");
+  // empty when unset.
+  std::string preference(const std::string &key) const;
+  // Sets a viewer preference and writes it to the config file: the key's
+  // line is replaced (or a line added), every other line kept as it was;
+  // the file and its folder are made when missing. Written to a temporary
+  // file beside it and renamed. False (the value still set for this run)
+  // when there is no config file path or it cannot be written.
+  bool storePreference(const std::string &key, const std::string &value);
+
   // Notes about what was ignored while reading the sources, one line each.
   const std::vector<std::string> &warnings() const { return warnings_; }
 
@@ -90,6 +102,8 @@ private:
   std::string defaultFolder_;
   std::vector<PluginSource> sources_;
   std::map<std::string, void *> values_;
+  std::map<std::string, std::string> preferences_;
+  std::string configFile_;
   std::vector<std::string> warnings_;
 };
 

@@ -84,6 +84,11 @@ public:
   {
     if (drawn_ && r == shown_)
       return;
+    if (ctx_.moved && !(told_ && r == toldRect_)) {
+      told_ = true;
+      toldRect_ = r;
+      ctx_.moved(r);
+    }
     hide();
     shown_ = r;
     draw(r);
@@ -178,6 +183,8 @@ private:
   GC gc_;
   DeviceRect shown_;
   bool drawn_ = false;
+  DeviceRect toldRect_;
+  bool told_ = false;
 };
 
 } // namespace
@@ -187,6 +194,8 @@ DeviceRect dragOutRect(const DragContext &ctx, int xStart, int yStart)
   XorLoop loop(ctx);
   loop.clampPoint(xStart, yStart);
   DeviceRect result{xStart, yStart, xStart, yStart};
+  if (ctx.moved)
+    ctx.moved(result);
   loop.run([&](int x, int y) {
     loop.clampPoint(x, y);
     result = normalised({xStart, yStart, x, y});
@@ -201,6 +210,8 @@ DeviceRect dragRect(const DragContext &ctx, int xStart, int yStart, DeviceRect s
     return start;
   XorLoop loop(ctx);
   DeviceRect result = normalised(start);
+  if (ctx.moved)
+    ctx.moved(result);
   loop.run([&](int x, int y) {
     int dx = x - xStart, dy = y - yStart;
     if (dragType == 0 && !ctx.bounds.empty()) {

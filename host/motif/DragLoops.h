@@ -38,6 +38,9 @@ struct DragContext {
   DeviceRect bounds;
   // Repaints a device area from the frame (after an expose during the drag).
   std::function<void(const DeviceRect &)> repaint;
+  // Told the rectangle (normalised, device space) when the drag starts and
+  // each time the pointer changes it; may be empty.
+  std::function<void(const DeviceRect &)> moved;
 };
 
 // Rubber band from the press point (xStart, yStart) to the pointer; answers

@@ -15,6 +15,7 @@ namespace folio::motif {
 namespace {
 constexpr Dimension kBarWidth = 320;
 constexpr Dimension kBarHeight = 18;
+constexpr Dimension kCountWidth = 150;
 } // namespace
 
 ProgressDialog::ProgressDialog(Widget parent) : parent_(parent) {}
@@ -29,7 +30,9 @@ void ProgressDialog::begin(const std::string &message)
   cancelled_ = false;
   duration_ = 0;
   value_ = 0;
+  fraction_ = -1;
   if (shell_) {
+    setLabel("");
     drawBar();
     return;
   }
@@ -46,10 +49,19 @@ void ProgressDialog::begin(const std::string &message)
                                          XmNtopAttachment, XmATTACH_FORM, XmNleftAttachment, XmATTACH_FORM,
                                          XmNrightAttachment, XmATTACH_FORM, NULL);
   XmStringFree(text);
+  // The count beside the bar, wide enough for "Page 99999 of 99999" so that
+  // the bar keeps its width while the numbers grow.
+  XmString blank = XmStringCreateLocalized(const_cast<char *>(" "));
+  count_ = XtVaCreateManagedWidget("count", xmLabelWidgetClass, form_, XmNlabelString, blank, XmNwidth,
+                                   kCountWidth, XmNrecomputeSize, False, XmNalignment, XmALIGNMENT_END,
+                                   XmNtopAttachment, XmATTACH_WIDGET, XmNtopWidget, label, XmNtopOffset, 8,
+                                   XmNrightAttachment, XmATTACH_FORM, NULL);
+  XmStringFree(blank);
   bar_ = XtVaCreateManagedWidget("bar", xmDrawingAreaWidgetClass, form_, XmNwidth, kBarWidth, XmNheight,
                                  kBarHeight, XmNtopAttachment, XmATTACH_WIDGET, XmNtopWidget, label,
                                  XmNtopOffset, 8, XmNleftAttachment, XmATTACH_FORM, XmNrightAttachment,
-                                 XmATTACH_FORM, XmNresizePolicy, XmRESIZE_NONE, NULL);
+                                 XmATTACH_WIDGET, XmNrightWidget, count_, XmNrightOffset, 8, XmNresizePolicy,
+                                 XmRESIZE_NONE, NULL);
   XtAddCallback(bar_, XmNexposeCallback, onExpose, this);
   XmString cancelText = XmStringCreateLocalized(const_cast<char *>("Cancel"));
   cancel_ = XtVaCreateManagedWidget(
@@ -64,6 +76,9 @@ void ProgressDialog::begin(const std::string &message)
   XtManageChild(form_);
   nameWindow(shell_, "Progress");
   nameWindow(cancel_, "Cancel");
+  nameWindow(bar_, "progress bar");
+  label_ = "-";
+  setLabel("");
   focusWhenViewable(shell_, cancel_);
   pump();
 }
@@ -75,7 +90,7 @@ void ProgressDialog::end()
   Display *dpy = XtDisplay(shell_);
   XtUnmanageChild(form_);
   XtDestroyWidget(shell_);
-  shell_ = form_ = bar_ = cancel_ = nullptr;
+  shell_ = form_ = bar_ = cancel_ = count_ = nullptr;
   XSync(dpy, False);
 }
 
@@ -94,12 +109,38 @@ void ProgressDialog::setValue(int32_t value)
     drawBar();
 }
 
+void ProgressDialog::setProgress(double fraction, const std::string &label)
+{
+  int before = filledWidth();
+  fraction_ = fraction < 0 ? 0 : (fraction > 1 ? 1 : fraction);
+  setLabel(label);
+  if (filledWidth() != before)
+    drawBar();
+}
+
+void ProgressDialog::setLabel(const std::string &label)
+{
+  if (!count_ || label == label_)
+    return;
+  label_ = label;
+  XmString s = XmStringCreateLocalized(const_cast<char *>(label.empty() ? " " : label.c_str()));
+  XtVaSetValues(count_, XmNlabelString, s, NULL);
+  XmStringFree(s);
+  nameWindow(count_, label.empty() ? "progress label" : label.c_str());
+}
+
 int ProgressDialog::filledWidth() const
 {
-  if (!bar_ || duration_ <= 0)
+  if (!bar_)
     return 0;
   Dimension w = 0;
   XtVaGetValues(bar_, XmNwidth, &w, NULL);
+  if (w < 2)
+    return 0;
+  if (fraction_ >= 0)
+    return static_cast<int>(fraction_ * (w - 2) + 0.5);
+  if (duration_ <= 0)
+    return 0;
   long long v = value_ < 0 ? 0 : value_;
   if (v > duration_)
     v = duration_;

@@ -1,6 +1,8 @@
 // ProgressDialog.h: the progress window of long document operations.
 //
-// A modal window with a message, a bar and a "Cancel" button. It is put up
+// A modal window with a message, a bar with a label beside it ("Page 3 of
+// 40") and a "Cancel" button. Their windows are named "Progress" (the
+// window), "progress bar", the label's text, and "Cancel". It is put up
 // when an operation begins and taken down when it ends. Pressing Cancel (or
 // Escape while the window has focus) records a request to stop, which the
 // host's cancel test reports at its next poll. poll() processes the X events
@@ -28,8 +30,14 @@ public:
   void begin(const std::string &message);
   // Takes the window down; a cancel request stays recorded until begin().
   void end();
+  // The monitor's counts. On their own they fill the bar to value/duration
+  // with no label; a front end with its own wording calls setProgress after
+  // them.
   void setDuration(int32_t duration);
   void setValue(int32_t value);
+  // Fills the bar to `fraction` (0..1) and shows `label` beside it; the
+  // label's window carries the label as its name (empty: "progress label").
+  void setProgress(double fraction, const std::string &label);
   int32_t duration() const { return duration_; }
   int32_t value() const { return value_; }
 
@@ -44,12 +52,16 @@ private:
   static void onExpose(Widget, XtPointer, XtPointer);
   void drawBar();
   int filledWidth() const;
+  void setLabel(const std::string &label);
   void pump();
 
   Widget parent_;
   Widget shell_ = nullptr;
   Widget form_ = nullptr;
   Widget bar_ = nullptr;
+  Widget count_ = nullptr; // the label beside the bar
+  std::string label_;
+  double fraction_ = -1; // from setProgress; negative: value/duration
   Widget cancel_ = nullptr;
   int32_t duration_ = 0;
   int32_t value_ = 0;

@@ -50,6 +50,7 @@ struct MenuWidgets {
   view::Menu *menu = nullptr;
   Widget pulldown = nullptr;
   std::vector<std::pair<view::MenuItem *, Widget>> items; // leaf and cascade items
+  Widget placeholder = nullptr;                           // the disabled "(no extensions)" of an empty menu
 };
 
 struct ToolWidget {
@@ -78,7 +79,14 @@ struct Viewer::Impl : view::ApplicationListener {
   void fitScroll(bool centre);
   void updateScrollBars();
   void updateStatus();
+  // Shows `text` on the status line now (also while a drag loop runs); its
+  // window carries "status: TEXT" as its name.
+  void showStatus(const std::string &text);
   void updateTitle();
+  // View > Units and View > Show Cropped Pages: set, remember in the config
+  // file, show.
+  void setUnits(view::Unit unit);
+  void setShowCropped(bool on);
   bool handleKey(XEvent &ev);
   void scrollBy(int dx, int dy);
   void goToPage(int n);
@@ -115,6 +123,7 @@ struct Viewer::Impl : view::ApplicationListener {
   // open documents; the active one is picked up by sync()) ----------------
   void documentOpened(view::DocWindow &doc) override;
   void documentClosing(view::DocWindow &doc) override;
+  void documentRetitled(view::DocWindow &doc) override;
 
   view::Application &app;
   platform::XSession &session;
@@ -146,12 +155,17 @@ struct Viewer::Impl : view::ApplicationListener {
   bool toolBarDirty = true;
   view::Menu *viewMenu = nullptr;
   view::Menu *windowMenu = nullptr;
+  view::Menu *unitsMenu = nullptr;                           // a radio group: one unit is marked
   std::map<view::DocWindow *, view::MenuItem *> windowItems; // one per open document
   int windowSerial = 0;
 
   view::DocWindow *shown = nullptr;
   int areaWidth = 0;
   int areaHeight = 0;
+  // The shown page's device size at the last sync: when it changes (a crop
+  // while showing cropped pages), the scroll is fitted again.
+  int shownPageWidth = 0;
+  int shownPageHeight = 0;
   bool quitting = false;
   bool inScrollUpdate = false;
   std::string lastStatus;

@@ -1,11 +1,13 @@
 // The Motif viewer: main window, page area, keys, status line, main loop.
 #include "ViewerImpl.h"
 
+#include "Configuration.h"
 #include "motif/Dialogs.h"
 #include "motif/WindowNames.h"
 #include "platform/XSession.h"
 #include "view/DocWindow.h"
 #include "view/PageView.h"
+#include "view/StatusText.h"
 
 #include <X11/Xlib.h>
 #include <X11/keysym.h>
@@ -57,18 +59,6 @@ double percentile(std::vector<double> v, double p)
   // Nearest rank.
   size_t rank = static_cast<size_t>(std::ceil(p / 100.0 * v.size()));
   return v[std::clamp<size_t>(rank, 1, v.size()) - 1];
-}
-
-std::string points(Fixed f)
-{
-  char buf[32];
-  std::snprintf(buf, sizeof buf, "%.2f", f / 65536.0);
-  std::string s = buf;
-  while (!s.empty() && s.back() == '0')
-    s.pop_back();
-  if (!s.empty() && s.back() == '.')
-    s.pop_back();
-  return s;
 }
 
 } // namespace
@@ -150,6 +140,10 @@ Viewer::Impl::Impl(view::Application &a, platform::XSession &s, const ViewerOpti
   progress = std::make_unique<ProgressDialog>(shell);
   ports = std::make_unique<ViewerPorts>(*this);
   app.setPorts(ports->ports());
+  // The viewing preferences kept in the config file.
+  if (auto unit = view::parseUnit(configuration().preference("units")))
+    app.setUnits(*unit);
+  app.setShowCroppedPages(configuration().preference("show-cropped-pages") == "yes");
   app.addListener(this);
   addViewMenu();
   addWindowMenu();
@@ -219,8 +213,11 @@ void Viewer::Impl::buildWindow()
   vScroll = XtVaCreateManagedWidget("vscroll", xmScrollBarWidgetClass, mainWindow, XmNorientation, XmVERTICAL,
                                     NULL);
   XmString empty = XmStringCreateLocalized(const_cast<char *>(" "));
-  status = XtVaCreateManagedWidget("status", xmLabelWidgetClass, mainWindow, XmNlabelString, empty,
-                                   XmNalignment, XmALIGNMENT_BEGINNING, XmNmarginWidth, 6, NULL);
+  // Its size is the main window's business: new text never asks for a
+  // relayout (it changes with every pointer motion while a region is drawn).
+  status =
+      XtVaCreateManagedWidget("status", xmLabelWidgetClass, mainWindow, XmNlabelString, empty, XmNalignment,
+                              XmALIGNMENT_BEGINNING, XmNmarginWidth, 6, XmNrecomputeSize, False, NULL);
   XmStringFree(empty);
   XtVaSetValues(mainWindow, XmNmenuBar, menuBar, XmNcommandWindow, toolBar, XmNworkWindow, area,
                 XmNhorizontalScrollBar, hScroll, XmNverticalScrollBar, vScroll, XmNmessageWindow, status,
@@ -286,15 +283,31 @@ int Viewer::Impl::run(const std::vector<std::string> &files)
 
 void Viewer::Impl::sync()
 {
+  bool relayout = menusDirty || toolBarDirty;
   if (menusDirty)
     rebuildMenus();
   if (toolBarDirty)
     rebuildToolBar();
+  if (relayout && XtIsRealized(mainWindow)) {
+    // The main window does not place its rows again when only their
+    // children changed: the tool bar could be left over the menu bar.
+    XtUnmanageChild(toolBar);
+    XtManageChild(toolBar);
+  }
   // The active document may have changed behind our back (Revert closes and
   // reopens it).
   view::DocWindow *active = app.activeDocument();
   if (active != shown)
     showDocument(active);
+  if (view::PageView *v = shownView()) {
+    // Showing cropped pages, a crop changes the page's size on screen.
+    if (v->pageDeviceWidth() != shownPageWidth || v->pageDeviceHeight() != shownPageHeight) {
+      shownPageWidth = v->pageDeviceWidth();
+      shownPageHeight = v->pageDeviceHeight();
+      fitScroll(false);
+      v->invalidateAll();
+    }
+  }
   redrawPending();
   refreshToolBar();
   updateScrollBars();
@@ -405,27 +418,46 @@ void Viewer::Impl::updateScrollBars()
 
 void Viewer::Impl::updateStatus()
 {
-  std::string text;
+  std::string text = "No document";
   if (view::PageView *v = shownView()) {
-    FixedRect crop = v->page().cropBox();
-    char buf[160];
-    std::snprintf(buf, sizeof buf, "Page %d of %d     Zoom %g%%     Crop box ", v->pageNumber() + 1,
-                  v->pageCount(), std::round(v->zoomPercent() * 100) / 100);
-    text = buf;
-    text += points(crop.left) + " " + points(crop.bottom) + " " + points(crop.right) + " " +
-            points(crop.top) + " pt";
+    text =
+        view::pageStatus(v->pageNumber(), v->pageCount(), v->zoomPercent(), v->page().cropBox(), app.units());
     // Why the crop commands are disabled on such a document.
     if ((shown->document().permissions() & pdPermEdit) == 0)
       text += "     Changes not allowed: the document's permissions forbid modifying it";
-  } else {
-    text = "No document";
   }
+  showStatus(text);
+}
+
+void Viewer::Impl::showStatus(const std::string &text)
+{
   if (text == lastStatus)
     return;
   lastStatus = text;
   XmString s = XmStringCreateLocalized(const_cast<char *>(text.c_str()));
   XtVaSetValues(status, XmNlabelString, s, NULL);
   XmStringFree(s);
+  nameWindow(status, ("status: " + text).c_str());
+}
+
+void Viewer::Impl::setUnits(view::Unit unit)
+{
+  app.setUnits(unit);
+  configuration().storePreference("units", view::unitName(unit));
+  updateStatus();
+}
+
+void Viewer::Impl::setShowCropped(bool on)
+{
+  app.setShowCroppedPages(on);
+  configuration().storePreference("show-cropped-pages", on ? "yes" : "no");
+  if (view::PageView *v = shownView()) {
+    shownPageWidth = v->pageDeviceWidth();
+    shownPageHeight = v->pageDeviceHeight();
+    fitScroll(true);
+    v->invalidateAll();
+    pageChangePending = true;
+  }
 }
 
 void Viewer::Impl::updateTitle()
@@ -725,10 +757,12 @@ bool Viewer::Impl::handleKey(XEvent &ev)
   default:
     break;
   }
-  if (ev.xkey.window == XtWindow(area))
+  if (ev.xkey.window == XtWindow(area)) {
     guarded(app, [&] {
       app.toolKeyDown(static_cast<FSUns16>(sym), static_cast<FSInt16>(modifierWord(ev.xkey.state)));
     });
+    app.endOpenProgress();
+  }
   return false;
 }
 
@@ -783,6 +817,7 @@ void Viewer::Impl::onInput(Widget, XtPointer client, XEvent *ev, Boolean *)
                             static_cast<FSInt16>(modifierWord(ev->xbutton.state)),
                             static_cast<FSInt16>(self->clickCount));
       });
+      self->app.endOpenProgress();
       self->inClick = false;
       // The tool may have scrolled (the hand tool): keep the scroll in range.
       if (self->shownView() == v)

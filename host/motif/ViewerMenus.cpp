@@ -8,14 +8,17 @@
 #include "motif/WindowNames.h"
 #include "view/DocWindow.h"
 #include "view/Menus.h"
+#include "view/StatusText.h"
 #include "view/ToolBar.h"
 
 #include <X11/Xlib.h>
 #include <Xm/CascadeB.h>
+#include <Xm/Label.h>
 #include <Xm/RowColumn.h>
 #include <Xm/Separator.h>
 #include <Xm/ToggleB.h>
 
+#include <algorithm>
 #include <cctype>
 #include <functional>
 
@@ -53,6 +56,33 @@ Pixmap iconPixmap(Widget w, FVIcon icon)
   else
     XCopyArea(dpy, bitmap, out, gc, 0, 0, width, height, 0, 0);
   XFreeGC(dpy, gc);
+  return out;
+}
+
+// The icon greyed for a disabled button: the same pixmap with every other
+// pixel (a 50% checkerboard) painted over in the background, so the button
+// keeps its size and its icon stays recognisable.
+Pixmap greyedPixmap(Widget w, Pixmap icon)
+{
+  Display *dpy = XtDisplay(w);
+  Window root;
+  int x, y;
+  unsigned int width = 0, height = 0, border, depth = 0;
+  if (!icon || !XGetGeometry(dpy, icon, &root, &x, &y, &width, &height, &border, &depth))
+    return 0;
+  Pixel bg = WhitePixelOfScreen(XtScreen(w));
+  XtVaGetValues(w, XmNbackground, &bg, NULL);
+  static const char kChecker[] = {0x01, 0x02};
+  Pixmap stipple = XCreateBitmapFromData(dpy, root, kChecker, 2, 2);
+  Pixmap out = XCreatePixmap(dpy, root, width, height, depth);
+  GC gc = XCreateGC(dpy, out, 0, nullptr);
+  XCopyArea(dpy, icon, out, gc, 0, 0, width, height, 0, 0);
+  XSetForeground(dpy, gc, bg);
+  XSetStipple(dpy, gc, stipple);
+  XSetFillStyle(dpy, gc, FillStippled);
+  XFillRectangle(dpy, out, gc, 0, 0, width, height);
+  XFreeGC(dpy, gc);
+  XFreePixmap(dpy, stipple);
   return out;
 }
 
@@ -103,6 +133,29 @@ void Viewer::Impl::addViewMenu()
       goToPage(v->pageCount() - 1);
   });
   add("&Go To Page...", "GoToPage", 'G', view::kShortcutCtrl, [this] { askGoToPage(); });
+
+  // Show Cropped Pages: a check item; Units: a radio group of three.
+  MenuItem *cropped = MenuItem::create("Show &Cropped Pages", "ShowCroppedPages", nullptr, false, 0, 0);
+  cropped->setHostExecute([this] { setShowCropped(!app.showCroppedPages()); });
+  cropped->setHostMarked([this] { return app.showCroppedPages(); });
+  viewMenu->insert(cropped, view::kAppendIndex);
+  cropped->release();
+  unitsMenu = view::Menu::create("&Units", "Units");
+  const std::pair<const char *, view::Unit> units[] = {{"&Points", view::Unit::Points},
+                                                       {"&Millimetres", view::Unit::Millimetres},
+                                                       {"&Inches", view::Unit::Inches}};
+  for (const auto &[title, unit] : units) {
+    view::Unit u = unit;
+    MenuItem *item = MenuItem::create(title, std::string("Units:") + view::unitName(u), nullptr, false, 0, 0);
+    item->setHostExecute([this, u] { setUnits(u); });
+    item->setHostMarked([this, u] { return app.units() == u; });
+    unitsMenu->insert(item, view::kAppendIndex);
+    item->release();
+  }
+  MenuItem *unitsItem = MenuItem::create("&Units", "Units", unitsMenu);
+  unitsMenu->release(); // the item holds it
+  viewMenu->insert(unitsItem, view::kAppendIndex);
+  unitsItem->release();
   app.menuBar().addMenu(viewMenu, 1); // after File
   viewMenu->release();                // the bar holds it
 }
@@ -139,6 +192,31 @@ void Viewer::Impl::documentOpened(view::DocWindow &doc)
   windowMenu->insert(item, view::kAppendIndex);
   item->release(); // the menu holds it
   windowItems[d] = item;
+}
+
+void Viewer::Impl::documentRetitled(view::DocWindow &doc)
+{
+  // The Window menu's item is made again under the new title, in its place.
+  auto it = windowItems.find(&doc);
+  if (it == windowItems.end() || !windowMenu)
+    return;
+  const auto &items = windowMenu->items();
+  FSInt32 index = static_cast<FSInt32>(std::find(items.begin(), items.end(), it->second) - items.begin());
+  std::string name = it->second->name();
+  std::string title;
+  for (char ch : doc.title()) {
+    if (ch == '&')
+      title += '&';
+    title += ch;
+  }
+  it->second->removeFromMenu();
+  view::DocWindow *d = &doc;
+  view::MenuItem *item = view::MenuItem::create(title, name, nullptr, false, 0, 0);
+  item->setHostExecute([this, d] { app.setActiveDocument(d); });
+  item->setHostMarked([this, d] { return app.activeDocument() == d; });
+  windowMenu->insert(item, index);
+  item->release();
+  it->second = item;
 }
 
 void Viewer::Impl::documentClosing(view::DocWindow &doc)
@@ -178,9 +256,11 @@ void Viewer::Impl::buildPulldown(MenuWidgets &mw, view::Menu *menu, Widget paren
     } else {
       std::string accel = view::shortcutLabel(item->shortcut(), item->shortcutFlags());
       XmString accelText = xmString(accel);
+      // The items of a radio group show a diamond, the others a check box.
+      bool radio = menu == unitsMenu;
       w = XtVaCreateManagedWidget(wname.c_str(), xmToggleButtonWidgetClass, mw.pulldown, XmNlabelString, text,
-                                  XmNacceleratorText, accelText, XmNvisibleWhenOff, False, XmNindicatorType,
-                                  XmN_OF_MANY, NULL);
+                                  XmNacceleratorText, accelText, XmNvisibleWhenOff, radio ? True : False,
+                                  XmNindicatorType, radio ? XmONE_OF_MANY : XmN_OF_MANY, NULL);
       XmStringFree(accelText);
       if (item->icon()) {
         Pixmap p = iconPixmap(w, item->icon());
@@ -196,6 +276,15 @@ void Viewer::Impl::buildPulldown(MenuWidgets &mw, view::Menu *menu, Widget paren
       XtVaSetValues(w, XmNmnemonic, static_cast<KeySym>(static_cast<unsigned char>(mnemonic)), NULL);
     XmStringFree(text);
     mw.items.emplace_back(item, w);
+  }
+  if (menu->items().empty()) {
+    // An empty pane would open as a bare grey square: say why it is empty.
+    std::string placeholder = view::emptyMenuLabel(menu->name());
+    XmString text = xmString(placeholder);
+    Widget w = XtVaCreateManagedWidget("placeholder", xmLabelWidgetClass, mw.pulldown, XmNlabelString, text,
+                                       XmNsensitive, False, NULL);
+    XmStringFree(text);
+    mw.placeholder = w;
   }
 }
 
@@ -252,6 +341,16 @@ void Viewer::Impl::nameMenuWindows()
       XtRealizeWidget(menuShell);
     for (auto &[item, w] : mw->items)
       nameWindow(w, XtName(w));
+    if (mw->placeholder) {
+      XmString text = nullptr;
+      XtVaGetValues(mw->placeholder, XmNlabelString, &text, NULL);
+      char *label = text ? static_cast<char *>(XmStringUnparse(text, nullptr, XmCHARSET_TEXT, XmCHARSET_TEXT,
+                                                               nullptr, 0, XmOUTPUT_ALL))
+                         : nullptr;
+      nameWindow(mw->placeholder, label ? label : "placeholder");
+      XtFree(label);
+      XmStringFree(text);
+    }
   }
 }
 
@@ -283,6 +382,7 @@ void Viewer::Impl::onMenuItem(Widget, XtPointer client, XtPointer)
   Viewer::Impl *self = ref->viewer;
   guarded(self->app, [&] {
     ref->item->runAsUser();
+    self->app.endOpenProgress();
     self->refreshToolBar();
   });
 }
@@ -321,6 +421,7 @@ bool Viewer::Impl::runShortcut(char key, FSInt16 flags)
     // why nothing happens.
     if (!found->runAsUser() && shown && (shown->document().permissions() & pdPermEdit) == 0)
       app.note(kModifyForbiddenNote);
+    app.endOpenProgress();
   });
   return true;
 }
@@ -359,6 +460,10 @@ void Viewer::Impl::rebuildToolBar()
     if (p) {
       toolPixmaps.push_back(p);
       XtVaSetValues(tw.widget, XmNlabelType, XmPIXMAP, XmNlabelPixmap, p, NULL);
+      if (Pixmap grey = greyedPixmap(tw.widget, p)) {
+        toolPixmaps.push_back(grey);
+        XtVaSetValues(tw.widget, XmNlabelInsensitivePixmap, grey, NULL);
+      }
     } else {
       XmString s = xmString(name == "Thread" ? "Article" : name);
       XtVaSetValues(tw.widget, XmNlabelString, s, NULL);
@@ -406,6 +511,7 @@ void Viewer::Impl::onToolButton(Widget, XtPointer client, XtPointer)
     return;
   guarded(self->app, [&] {
     self->tools[ref->index].button->runAsUser();
+    self->app.endOpenProgress();
     // The pressed look follows the button's marked state, not the click.
     self->refreshToolBar();
   });

@@ -4,6 +4,7 @@
 #include "motif/Dialogs.h"
 #include "platform/XSession.h"
 #include "view/PageView.h"
+#include "view/StatusText.h"
 
 #include <X11/Xlib.h>
 
@@ -115,14 +116,20 @@ void ViewerPorts::end()
     v_.progress->end();
 }
 
+// The bar and its "Page n of N" follow the view layer's reading of the
+// monitor's counts (view/StatusText.h).
 void ViewerPorts::setDuration(FSInt32 duration)
 {
   v_.progress->setDuration(duration);
+  FSInt32 value = v_.app.progressValue();
+  v_.progress->setProgress(view::progressFraction(value, duration), view::progressLabel(value, duration));
 }
 
 void ViewerPorts::setValue(FSInt32 value)
 {
   v_.progress->setValue(value);
+  FSInt32 duration = v_.app.progressDuration();
+  v_.progress->setProgress(view::progressFraction(value, duration), view::progressLabel(value, duration));
 }
 
 bool ViewerPorts::cancelRequested()
@@ -147,6 +154,13 @@ DragContext ViewerPorts::dragContext(view::PageView &view, const FVRect *extrema
   else
     ctx.bounds = {0, 0, view.deviceWidth() - 1, view.deviceHeight() - 1};
   view::PageView *pv = &view;
+  // The rectangle in page space, in the user's unit, on the status line
+  // while the pointer moves it.
+  ctx.moved = [this, pv](const DeviceRect &r) {
+    FVRect d{static_cast<FSInt16>(r.left), static_cast<FSInt16>(r.top), static_cast<FSInt16>(r.right),
+             static_cast<FSInt16>(r.bottom)};
+    v_.showStatus(view::regionStatus(pv->deviceRectToPage(d), v_.app.units()));
+  };
   ctx.repaint = [this, pv](const DeviceRect &r) {
     FVRect a{static_cast<FSInt16>(r.left), static_cast<FSInt16>(r.top), static_cast<FSInt16>(r.right),
              static_cast<FSInt16>(r.bottom)};

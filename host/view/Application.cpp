@@ -269,6 +269,7 @@ DocWindow &Application::openDocument(const std::string &path, const std::string 
   auto doc = model::Document::open(path, ports_.password, options_.passwordAttempts);
   docs_.push_back(std::make_unique<DocWindow>(*this, std::move(doc), title));
   DocWindow &win = *docs_.back();
+  win.pageView().setShowCropped(showCropped_);
   for (ApplicationListener *l : std::vector<ApplicationListener *>(listeners_))
     l->documentOpened(win);
   setActiveDocument(&win);
@@ -292,10 +293,14 @@ DocWindow *Application::openDocumentReporting(const std::string &path, const std
 bool Application::saveDocument(DocWindow &doc, const std::string &path, std::string *why)
 {
   try {
-    if (path.empty())
+    if (path.empty()) {
       doc.document().save();
-    else
-      doc.document().saveAs(path);
+      return true;
+    }
+    doc.document().saveAs(path);
+    if (doc.followFile())
+      for (ApplicationListener *l : std::vector<ApplicationListener *>(listeners_))
+        l->documentRetitled(doc);
     return true;
   } catch (const std::exception &e) {
     if (why)
@@ -334,6 +339,13 @@ bool Application::closeDocument(DocWindow *doc, bool noSave)
   }
   owned.reset();
   return true;
+}
+
+void Application::setShowCroppedPages(bool on)
+{
+  showCropped_ = on;
+  for (auto &d : docs_)
+    d->pageView().setShowCropped(on);
 }
 
 void Application::setActiveDocument(DocWindow *doc)
@@ -477,6 +489,12 @@ void Application::progressBegin()
   progValue_ = 0;
   if (ports_.progress)
     ports_.progress->begin();
+}
+
+void Application::endOpenProgress()
+{
+  if (progActive_)
+    progressEnd();
 }
 
 void Application::progressEnd()

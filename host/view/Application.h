@@ -38,6 +38,7 @@
 #include "Menus.h"
 #include "PageView.h"
 #include "Ports.h"
+#include "StatusText.h"
 #include "ToolBar.h"
 #include "folio/FolioTypes.h"
 
@@ -56,6 +57,8 @@ public:
   // Called before the document is destroyed.
   virtual void documentClosing(DocWindow &) {}
   virtual void activeDocumentChanged(DocWindow *) {}
+  // The document's title changed (it was saved under another name).
+  virtual void documentRetitled(DocWindow &) {}
   virtual void activeToolChanged(FVTool) {}
 };
 
@@ -97,7 +100,10 @@ public:
   // remaining ones becomes active (null when none).
   bool closeDocument(DocWindow *doc, bool noSave);
   // Saves to its own file (path empty) or to `path`; a failure is shown as a
-  // note, or given in *why when `why` is not null. True when saved.
+  // note, or given in *why when `why` is not null. True when saved. Saved to
+  // another file, the document is that file from now on (a later Save writes
+  // there): a title taken from the file name follows it, and listeners hear
+  // documentRetitled.
   bool saveDocument(DocWindow &doc, const std::string &path = {}, std::string *why = nullptr);
   const std::vector<std::unique_ptr<DocWindow>> &documents() const { return docs_; }
   DocWindow *activeDocument() const { return active_; }
@@ -142,6 +148,11 @@ public:
   void progressEnd();
   void progressSetDuration(FSInt32 duration);
   void progressSetValue(FSInt32 value);
+  // Ends a progress operation still open when a user action is over (an
+  // extension that began one and never ended it would otherwise leave the
+  // front end's progress window up, holding off all input). Front ends call
+  // it after every menu item, button, shortcut and tool click they run.
+  void endOpenProgress();
   FSInt32 progressDuration() const { return progDuration_; }
   FSInt32 progressValue() const { return progValue_; }
   bool progressActive() const { return progActive_; }
@@ -158,6 +169,15 @@ public:
   // Calls every drawing callback for `view` with `updateRect` (the view does
   // this at each redraw).
   void runDrawingCallbacks(PageView &view, const FVRect &updateRect);
+
+  // ---- viewing preferences (the front end keeps them in the config file) ---
+  // The unit of lengths in the status line (View > Units); points at first.
+  Unit units() const { return units_; }
+  void setUnits(Unit unit) { units_ = unit; }
+  // View > Show Cropped Pages: every page view, open now or later, shows
+  // only the page's shown box (PageView::setShowCropped); off at first.
+  bool showCroppedPages() const { return showCropped_; }
+  void setShowCroppedPages(bool on);
 
   MenuBar &menuBar() { return *menuBar_; }
   ToolBar &toolBar() { return *toolBar_; }
@@ -189,6 +209,8 @@ private:
   bool progActive_ = false;
   FVCursor cursor_ = nullptr;
   bool quit_ = false;
+  Unit units_ = Unit::Points;
+  bool showCropped_ = false;
   std::vector<ApplicationListener *> listeners_;
 };
 

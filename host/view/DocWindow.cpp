@@ -13,7 +13,8 @@ static std::string fileTitle(const std::string &path)
 }
 
 DocWindow::DocWindow(Application &app, std::unique_ptr<model::Document> doc, std::string title)
-    : app_(&app), doc_(std::move(doc)), title_(title.empty() ? fileTitle(doc_->path()) : std::move(title))
+    : app_(&app), doc_(std::move(doc)), title_(title.empty() ? fileTitle(doc_->path()) : std::move(title)),
+      titleFromFile_(title_ == fileTitle(doc_->path()))
 {
   view_ = std::make_unique<PageView>(app, *this);
 }
@@ -21,6 +22,17 @@ DocWindow::DocWindow(Application &app, std::unique_ptr<model::Document> doc, std
 DocWindow::~DocWindow()
 {
   view_.reset();
+}
+
+bool DocWindow::followFile()
+{
+  if (!titleFromFile_)
+    return false;
+  std::string next = fileTitle(doc_->path());
+  if (next == title_)
+    return false;
+  title_ = next;
+  return true;
 }
 
 PDDoc DocWindow::pdDoc() const

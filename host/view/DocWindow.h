@@ -29,12 +29,16 @@ public:
   PDDoc pdDoc() const;
   // The window title: as given at open, or the file's own name.
   const std::string &title() const { return title_; }
+  // After the document was saved under another name: a title that was the
+  // file's name becomes the new file's name. True when the title changed.
+  bool followFile();
   PageView &pageView() const { return *view_; }
 
 private:
   Application *app_;
   std::unique_ptr<model::Document> doc_;
   std::string title_;
+  bool titleFromFile_;
   std::unique_ptr<PageView> view_;
 };
 

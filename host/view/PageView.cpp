@@ -17,6 +17,23 @@ namespace folio::view {
 
 namespace {
 
+// The page's media box; a page the model can no longer find (a file the
+// engine repaired badly) is laid out as US Letter and drawn blank, never an
+// abort of the redraw.
+FixedRect safeMediaBox(const model::Page &page)
+{
+  try {
+    return page.mediaBox();
+  } catch (const std::exception &) {
+    FixedRect letter;
+    letter.left = 0;
+    letter.bottom = 0;
+    letter.right = 612 * 65536;
+    letter.top = 792 * 65536;
+    return letter;
+  }
+}
+
 FSInt16 saturate16(double v)
 {
   double r = std::round(v); // halves away from zero
@@ -112,19 +129,37 @@ bool PageView::goToPage(int n)
   return true;
 }
 
+FixedRect PageView::viewBox() const
+{
+  if (!showCropped_)
+    return safeMediaBox(*page_);
+  try {
+    return page_->shownBox();
+  } catch (const std::exception &) {
+    return safeMediaBox(*page_);
+  }
+}
+
+void PageView::setShowCropped(bool on)
+{
+  if (on == showCropped_)
+    return;
+  showCropped_ = on;
+  invalidateAll();
+}
+
 void PageView::geometry(double &x0, double &y0, double &w, double &h) const
 {
-  // A page the model can no longer find (a file the engine repaired badly)
-  // is laid out as US Letter and drawn blank, never an abort of the redraw.
-  FixedRect m;
-  m.left = 0;
-  m.bottom = 0;
-  m.right = 612 * 65536;
-  m.top = 792 * 65536;
-  try {
-    m = page_->mediaBox();
-  } catch (const std::exception &) {
-  }
+  FixedRect m = viewBox();
+  x0 = fromFixed(m.left);
+  y0 = fromFixed(m.bottom);
+  w = fromFixed(m.right) - x0;
+  h = fromFixed(m.top) - y0;
+}
+
+void PageView::mediaGeometry(double &x0, double &y0, double &w, double &h) const
+{
+  FixedRect m = safeMediaBox(*page_);
   x0 = fromFixed(m.left);
   y0 = fromFixed(m.bottom);
   w = fromFixed(m.right) - x0;
@@ -144,8 +179,9 @@ int PageView::rotation() const
 
 double PageView::maxZoomPercent() const
 {
+  // The whole media box is rendered, whatever the view box.
   double x0, y0, w, h;
-  geometry(x0, y0, w, h);
+  mediaGeometry(x0, y0, w, h);
   double side = std::max(w, h);
   if (side <= 0)
     return kMaxZoomPercent;
@@ -339,8 +375,11 @@ void PageView::ensureRaster()
     // boxes and overlays still work); the reason is kept for the front end.
     renderError_ = e.what();
     auto blank = std::make_unique<model::PageRaster>();
-    blank->width = pageDeviceWidth();
-    blank->height = pageDeviceHeight();
+    double x0, y0, w, h;
+    mediaGeometry(x0, y0, w, h);
+    bool turned = rotation() == 90 || rotation() == 270;
+    blank->width = static_cast<int>(std::lround((turned ? h : w) * scale()));
+    blank->height = static_cast<int>(std::lround((turned ? w : h) * scale()));
     blank->stride = blank->width * 3;
     blank->rgb.assign(static_cast<size_t>(blank->stride) * blank->height, 0xFF);
     blank->zoom = scale();
@@ -387,7 +426,16 @@ void PageView::redrawArea(const FVRect &requested)
   ensureRaster();
   ++redraws_;
 
-  const int ox = kPageMargin - scrollX_, oy = kPageMargin - scrollY_;
+  // The raster's top-left pixel: the rotated media box's top-left corner.
+  int ox = kPageMargin - scrollX_, oy = kPageMargin - scrollY_;
+  if (showCropped_) {
+    FixedRect m = safeMediaBox(*page_);
+    double mx0, my0, mx1, my1;
+    pageToDevice(fromFixed(m.left), fromFixed(m.top), mx0, my0);
+    pageToDevice(fromFixed(m.right), fromFixed(m.bottom), mx1, my1);
+    ox = static_cast<int>(std::lround(std::min(mx0, mx1)));
+    oy = static_cast<int>(std::lround(std::min(my0, my1)));
+  }
   // The page's shown box in device space: pixels whose centres lie inside it
   // are shown as rendered, the rest of the media box dimmed.
   FixedRect shown;
@@ -412,7 +460,12 @@ void PageView::redrawArea(const FVRect &requested)
   const int showL = static_cast<int>(std::ceil(sx0 - 0.5)), showR = static_cast<int>(std::ceil(sx1 - 0.5));
   const int rasL = ox, rasR = ox + ras.width;
   auto fillGrey = [](uint8_t *out, int n) { std::memset(out, kBackgroundGrey, static_cast<size_t>(n) * 3); };
-  auto dim = [](uint8_t *out, const uint8_t *in, int n) {
+  const bool hideOutside = showCropped_;
+  auto dim = [hideOutside](uint8_t *out, const uint8_t *in, int n) {
+    if (hideOutside) {
+      std::memset(out, kBackgroundGrey, static_cast<size_t>(std::max(n, 0)) * 3);
+      return;
+    }
     for (int i = 0; i < n * 3; ++i)
       out[i] = static_cast<uint8_t>((in[i] + kDimGrey) / 2);
   };

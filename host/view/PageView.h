@@ -13,14 +13,22 @@
 //                 top-left corner of the rotated media box is therefore at
 //                 device (8, 8) when not scrolled.
 //
+// The view box is the page's media box, or, when the view shows cropped
+// pages (setShowCropped), the page's shown box (model::Page::shownBox: the
+// crop box within the media box). It is what the view lays out: its rotated
+// size is the page's device size, and it is placed at device (8, 8).
+//
 // The transform (the one used by every conversion, hit test and outline):
-//   with the media box (x0, y0, x1, y1), W = x1 - x0, H = y1 - y0, s = zoom/100
+//   with the view box (x0, y0, x1, y1), W = x1 - x0, H = y1 - y0, s = zoom/100
 //   and (u, v) = (x - x0, y1 - y) the unrotated offset from the top-left:
 //     rotate   0: raster = s * (u, v)
 //     rotate  90: raster = s * (H - v, u)        (the page turned clockwise)
 //     rotate 180: raster = s * (W - u, H - v)
 //     rotate 270: raster = s * (v, W - u)
 //   Any other /Rotate is taken modulo 360 and rounded down to a multiple of 90.
+//   The page raster (of the whole media box) is placed so that it lines up
+//   with this transform: its top-left pixel at the device position of the
+//   rotated media box's top-left corner, rounded to whole pixels.
 // Rounding: rectToDevice maps both corners and rounds each coordinate to the
 // nearest integer (halves away from zero), saturating to the 16-bit range,
 // then normalises (left <= right, top <= bottom). deviceRectToPage maps both
@@ -43,7 +51,8 @@
 // Drawing: invalidate() collects a dirty area (the bounding rectangle of what
 // was invalidated). drawNow() redraws it into the frame: background, the
 // cached page raster, the part of the media box outside the page's shown box
-// dimmed (so the user sees what a crop can still take back), then the
+// dimmed (so the user sees what a crop can still take back; when showing
+// cropped pages that part is not shown: background grey), then the
 // registered drawing callbacks in registration order, with their outlines
 // clipped to the redrawn area; then asks the front end to present the area.
 // Outlines drawn outside a redraw (an extension drawing at once) land in the
@@ -130,7 +139,13 @@ public:
   int scrollX() const { return scrollX_; }
   int scrollY() const { return scrollY_; }
   void setScroll(int x, int y);
-  // The rotated media box's size in device pixels at the current zoom.
+  // View > Show Cropped Pages: lay out the shown box instead of the media
+  // box (see the view box above). Invalidates the whole view.
+  bool showCropped() const { return showCropped_; }
+  void setShowCropped(bool on);
+  // The view box in page space.
+  FixedRect viewBox() const;
+  // The rotated view box's size in device pixels at the current zoom.
   int pageDeviceWidth() const;
   int pageDeviceHeight() const;
   // The device size (and the frame's). By default it follows the page: the
@@ -194,13 +209,17 @@ private:
   void redrawArea(const FVRect &area);
   void plot(int x, int y, const uint8_t rgb[3]);
   void colorToRgb(uint8_t out[3]) const;
+  // The view box's origin and size in points (the transform's x0, y0, W, H).
   void geometry(double &x0, double &y0, double &w, double &h) const;
+  // The same for the media box (the raster's extent and the zoom limits).
+  void mediaGeometry(double &x0, double &y0, double &w, double &h) const;
 
   Application *app_;
   DocWindow *doc_;
   int pageNum_ = 0;
   model::Page *page_ = nullptr;
   double zoom_ = 100.0;
+  bool showCropped_ = false;
   int scrollX_ = 0, scrollY_ = 0;
   int fixedWidth_ = 0, fixedHeight_ = 0;
   PDColorValueRec color_{};

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <optional>
+#include <sstream>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -314,4 +316,54 @@ TEST(CoreConfiguration, SettingCanEditChangesTheEdition)
   int any = 0;
   config.set("CanEdit", &any);
   EXPECT_EQ(config.edition(), Edition::Editing);
+}
+
+TEST(CoreConfiguration, ViewerPreferencesAreReadFromTheFile)
+{
+  TempDir dir;
+  Configuration config{withFile(dir, "units = millimetres\nshow-cropped-pages = yes\n")};
+  EXPECT_EQ(config.preference("units"), "millimetres");
+  EXPECT_EQ(config.preference("show-cropped-pages"), "yes");
+  EXPECT_EQ(config.preference("edition"), "");
+  EXPECT_TRUE(config.warnings().empty());
+}
+
+TEST(CoreConfiguration, StoringAPreferenceRewritesOnlyItsLine)
+{
+  TempDir dir;
+  std::string text = "# my settings\nedition = read-only\nunits = points\nplugin-path = extra\n";
+  Configuration config{withFile(dir, text)};
+  ASSERT_TRUE(config.storePreference("units", "inches"));
+  ASSERT_TRUE(config.storePreference("show-cropped-pages", "yes"));
+  std::ifstream in(dir.file("folio.conf"));
+  std::stringstream s;
+  s << in.rdbuf();
+  EXPECT_EQ(
+      s.str(),
+      "# my settings\nedition = read-only\nunits = inches\nplugin-path = extra\nshow-cropped-pages = yes\n");
+  // Read again, the file gives what was stored.
+  ConfigInputs again;
+  again.configFile = dir.file("folio.conf");
+  Configuration reread{again};
+  EXPECT_EQ(reread.preference("units"), "inches");
+  EXPECT_EQ(reread.preference("show-cropped-pages"), "yes");
+  EXPECT_EQ(reread.edition(), Edition::ReadOnly);
+}
+
+TEST(CoreConfiguration, StoringAPreferenceMakesAMissingFile)
+{
+  TempDir dir;
+  ConfigInputs in;
+  in.configFile = dir.file("sub/folder/folio.conf");
+  Configuration config{in};
+  ASSERT_TRUE(config.storePreference("units", "millimetres"));
+  Configuration reread{in};
+  EXPECT_EQ(reread.preference("units"), "millimetres");
+}
+
+TEST(CoreConfiguration, WithoutAConfigFileAPreferenceLastsForTheRun)
+{
+  Configuration config{noInputs()};
+  EXPECT_FALSE(config.storePreference("units", "inches"));
+  EXPECT_EQ(config.preference("units"), "inches");
 }

@@ -181,6 +181,15 @@ TEST_F(E2E, PageOutOfRangeStops)
   EXPECT_TRUE(contains(r.err, "folio: -:2: page 3 is out of range (the document has 2 pages)")) << lastRun;
 }
 
+TEST_F(E2E, OnePageIsCountedInTheSingular)
+{
+  write("one.pdf", {page()});
+  RunResult r = script("open " + path("one.pdf") + "\npage 2\n");
+  EXPECT_EQ(r.exitCode, 1);
+  EXPECT_TRUE(contains(r.out, "(1 page)\n")) << lastRun;
+  EXPECT_TRUE(contains(r.err, "folio: -:2: page 2 is out of range (the document has 1 page)")) << lastRun;
+}
+
 // ---- applying a drawn region --------------------------------------------------
 
 TEST_F(E2E, RegionCropCurrentPage)

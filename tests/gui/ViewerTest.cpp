@@ -720,6 +720,352 @@ TEST_F(GuiViewer, CropToolButtonIsDisabledWithoutADocument)
   EXPECT_TRUE(hasRed(shotUntil([&](const guitest::Snapshot &x) { return hasRed(x); })));
 }
 
+// The name of the window `w` ("" when it has none).
+std::string windowName(Display *dpy, unsigned long w)
+{
+  char *name = nullptr;
+  std::string out;
+  if (XFetchName(dpy, w, &name) && name) {
+    out = name;
+    XFree(name);
+  }
+  return out;
+}
+
+// The text of the viewer's status line: its window is named "status: TEXT".
+std::string statusText(Display *dpy, const std::string &display)
+{
+  std::string out =
+      guitest::capture({"xdotool", "search", "--onlyvisible", "--name", "^status: "}, display, 5000);
+  unsigned long id = std::strtoul(out.c_str(), nullptr, 10);
+  std::string name = id ? windowName(dpy, id) : "";
+  return name.rfind("status: ", 0) == 0 ? name.substr(8) : "";
+}
+
+TEST_F(GuiViewer, SaveAsRetitlesTheWindowAndLaterSavesGoToTheNewFile)
+{
+  std::string pdf = makePdf("two.pdf", {"--pages", "2", "--rect", "150,150,450,650"});
+  startFolio(pdf);
+  ASSERT_NE(window("two.pdf - Folio"), 0u);
+  key("ctrl+shift+s");
+  ASSERT_NE(window("Save As"), 0u);
+  char cwd[4096];
+  ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
+  std::string out = std::string(cwd) + "/" + dir + "/renamed.pdf";
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "ctrl+slash"}), 0);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", out}), 0);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
+  settle(500);
+  EXPECT_NE(window("renamed.pdf - Folio"), 0u) << "the title still names the old file";
+  // The Window menu lists the document once, under its new place.
+  chooseMenu({"Window"});
+  EXPECT_NE(window("Window:1"), 0u);
+  key("Escape");
+  // A crop, then Ctrl+S: written to the new file, the old one untouched.
+  selectCropToolAndMeasure();
+  drag({device(100, 700), device(400, 300)});
+  auto inside = device(250, 500);
+  clickAt(inside.first, inside.second);
+  press("All");
+  EXPECT_NE(window("renamed.pdf * - Folio"), 0u);
+  key("ctrl+s");
+  EXPECT_NE(window("renamed.pdf - Folio"), 0u);
+  std::vector<Box> saved = boxesUntil(out, [](const std::vector<Box> &b) {
+    return b.size() == 2 && b[0] != Box{0, 0, 612, 792};
+  });
+  ASSERT_EQ(saved.size(), 2u);
+  for (const Box &box : saved) {
+    EXPECT_NEAR(box[0], 100, 1.0);
+    EXPECT_NEAR(box[3], 700, 1.0);
+  }
+  for (const Box &box : cropBoxes(pdf))
+    EXPECT_EQ(box, (Box{0, 0, 612, 792})) << "the first file was written";
+}
+
+// Pixels of a button that are neither its background nor its shadows: the
+// icon's dark ink.
+int inkPixels(const guitest::Snapshot &s)
+{
+  int n = 0;
+  for (int y = 4; y < s.height() - 4; y++)
+    for (int x = 4; x < s.width() - 4; x++) {
+      guitest::Rgb p = s.at(x, y);
+      if (p.r + p.g + p.b < 3 * 0x50)
+        n++;
+    }
+  return n;
+}
+
+TEST_F(GuiViewer, ADisabledToolButtonKeepsItsSizeAndShowsItsIconGreyed)
+{
+  makePdf("letter.pdf", {"--rect", "100,100,300,300"});
+  startFolio("");
+  unsigned long crop = window("QUIL:PageShear"), hand = window("Hand");
+  ASSERT_TRUE(crop && hand);
+  XWindowAttributes off, handAttrs;
+  XGetWindowAttributes(dpy, crop, &off);
+  XGetWindowAttributes(dpy, hand, &handAttrs);
+  int greyInk = inkPixels(guitest::Snapshot(dpy, crop));
+  key("ctrl+o");
+  ASSERT_NE(window("Open"), 0u);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", dir + "/letter.pdf"}), 0);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
+  settle(800);
+  XWindowAttributes on;
+  XGetWindowAttributes(dpy, crop, &on);
+  int ink = inkPixels(guitest::Snapshot(dpy, crop));
+  std::printf("crop button %dx%d disabled, %dx%d enabled; icon ink %d disabled, %d enabled\n", off.width,
+              off.height, on.width, on.height, greyInk, ink);
+  EXPECT_EQ(off.width, on.width) << "the disabled button is drawn narrower";
+  EXPECT_EQ(off.height, on.height);
+  EXPECT_GE(off.width, 20);
+  // Greyed: about half of the icon's ink, stippled away.
+  EXPECT_GT(ink, 20);
+  EXPECT_GT(greyInk, ink / 4);
+  EXPECT_LT(greyInk, ink * 3 / 4);
+}
+
+TEST_F(GuiViewer, TheReadOnlyEditionsEmptyExtensionsMenuSaysSo)
+{
+  std::string pdf = makePdf("letter.pdf", {"--rect", "100,100,300,300"});
+  // The plug-in notes at start that it needs the editing edition; the
+  // viewer comes up once the note is answered.
+  folio = guitest::spawn({GUI_FOLIO, pdf}, xvfb.display(), {"FOLIO_EDITION=read-only"}, dir + "/folio.log");
+  ASSERT_GT(folio, 0);
+  if (guitest::findWindow(xvfb.display(), "OK", 20000))
+    press("OK");
+  pageView = window("page view", 20000);
+  ASSERT_NE(pageView, 0u);
+  settle();
+  chooseMenu({"Extensions"});
+  unsigned long entry = window("(no extensions)");
+  ASSERT_NE(entry, 0u);
+  XWindowAttributes a;
+  XGetWindowAttributes(dpy, entry, &a);
+  EXPECT_GT(a.width, 40) << "the entry is not a readable line";
+  key("Escape");
+}
+
+TEST_F(GuiViewer, TheProgressWindowNamesThePageAndItsBarMatchesIt)
+{
+  const int pages = 4000;
+  std::string pdf =
+      makePdf("long.pdf", {"--pages", std::to_string(pages), "--rect", "100,100,200,200", "--ellipse",
+                           "300,400,50,80", "--text", "72,720,20,HELL THEFT FILE"});
+  startFolio(pdf);
+  chooseMenu({"Extensions", "QUIL:Page Shear", "QUIL:PageShearBBox"});
+  press("All");
+  press("Each");
+  unsigned long bar = window("progress bar", 20000);
+  ASSERT_NE(bar, 0u);
+  std::string out =
+      guitest::capture({"xdotool", "search", "--sync", "--onlyvisible", "--name", "^Page [0-9]+ of 4000$"},
+                       xvfb.display(), 20000);
+  unsigned long label = std::strtoul(out.c_str(), nullptr, 10);
+  ASSERT_NE(label, 0u) << "no \"Page n of N\" beside the bar";
+  const guitest::Rgb fill{0x2a, 0x5d, 0xb0};
+  // The window goes when the run ends, maybe between two reads.
+  XSetErrorHandler([](Display *, XErrorEvent *) { return 0; });
+  int checks = 0;
+  for (int i = 0; i < 5; i++) {
+    int before = 0, after = 0;
+    if (std::sscanf(windowName(dpy, label).c_str(), "Page %d of", &before) != 1)
+      break;
+    guitest::Snapshot s(dpy, bar);
+    if (std::sscanf(windowName(dpy, label).c_str(), "Page %d of", &after) != 1 || !s.ok())
+      break;
+    int inner = s.width() - 2;
+    int filled = s.count(1, s.height() / 2, inner, 1, fill);
+    std::printf("page %d..%d of %d: bar %d of %d pixels\n", before, after, pages, filled, inner);
+    // The bar is filled to the share of the page the label names (a page
+    // may go by between the reads).
+    EXPECT_GE(filled, static_cast<int>(static_cast<double>(before) / pages * inner) - 2);
+    EXPECT_LE(filled, static_cast<int>(static_cast<double>(after) / pages * inner) + 2);
+    checks++;
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  }
+  EXPECT_GT(checks, 0) << "the run ended before the bar could be read";
+  // Stop the run if it is still going.
+  if (guitest::findWindow(xvfb.display(), "Cancel", 500)) {
+    press("Cancel");
+    if (guitest::findWindow(xvfb.display(), "OK", 3000))
+      press("OK"); // "Cancelled."
+  }
+}
+
+// Closes a top-level window as a window manager would: WM_DELETE_WINDOW.
+void closeWindow(Display *dpy, unsigned long w)
+{
+  XEvent e{};
+  e.xclient.type = ClientMessage;
+  e.xclient.window = w;
+  e.xclient.message_type = XInternAtom(dpy, "WM_PROTOCOLS", False);
+  e.xclient.format = 32;
+  e.xclient.data.l[0] = static_cast<long>(XInternAtom(dpy, "WM_DELETE_WINDOW", False));
+  e.xclient.data.l[1] = CurrentTime;
+  XSendEvent(dpy, w, False, NoEventMask, &e);
+  XFlush(dpy);
+}
+
+TEST_F(GuiViewer, ClosingTheEachOrBiggestQuestionLeavesNoProgressWindowBehind)
+{
+  std::string pdf = makePdf("three.pdf", {"--pages", "3", "--rect", "100,100,300,300"});
+  startFolio(pdf);
+  chooseMenu({"Extensions", "QUIL:Page Shear", "QUIL:PageShearBBox"});
+  press("All");
+  ASSERT_NE(window("Each"), 0u);
+  // Closed without a button: the command began a progress operation and
+  // leaves without ending it.
+  closeWindow(dpy, window("Folio"));
+  settle(500);
+  EXPECT_EQ(guitest::findWindow(xvfb.display(), "Progress", 1500), 0u) << "the progress window stayed up";
+  // The viewer still takes input: Ctrl+Q quits.
+  key("ctrl+q");
+  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
+  folio = -1;
+}
+
+TEST_F(GuiViewer, TheStatusLineShowsTheRegionWhileItIsDrawnInTheChosenUnit)
+{
+  std::string pdf = makePdf("letter.pdf", {"--rect", "100,100,300,300"});
+  std::string config = dir + "/config";
+  std::remove((config + "/folio/folio.conf").c_str()); // left by an earlier run
+  startFolio(pdf, {"XDG_CONFIG_HOME=" + config});
+  EXPECT_EQ(statusText(dpy, xvfb.display()).find("Page 1 of 1"), 0u) << statusText(dpy, xvfb.display());
+  selectCropToolAndMeasure();
+  // Hold the button down mid-drag and read the status line.
+  auto [x0, y0] = device(100, 700);
+  auto [x1, y1] = device(400, 300);
+  std::string w = std::to_string(pageView);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"mousemove", "--window", w, std::to_string(x0), std::to_string(y0),
+                                          "mousedown", "1", "sleep", "0.1", "mousemove", "--window", w,
+                                          std::to_string(x1), std::to_string(y1)}),
+            0);
+  std::string want = "Region: left 100  bottom 300  width 300  height 400 pt";
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(8);
+  std::string text = statusText(dpy, xvfb.display());
+  while (text != want && std::chrono::steady_clock::now() < deadline) {
+    settle(100);
+    text = statusText(dpy, xvfb.display());
+  }
+  EXPECT_EQ(text, want);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"mouseup", "1"}), 0);
+  settle();
+  // Millimetres from View > Units; resizing the region shows them.
+  chooseMenu({"View", "Units", "Units:millimetres"});
+  auto [x2, y2] = device(450, 250);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"mousemove", "--window", w, std::to_string(x1), std::to_string(y1),
+                                          "mousedown", "1", "sleep", "0.1", "mousemove", "--window", w,
+                                          std::to_string(x2), std::to_string(y2)}),
+            0);
+  // 100 pt = 35.28 mm, 250 pt = 88.19 mm, width 350 pt = 123.47 mm, height 450 pt = 158.75 mm.
+  want = "Region: left 35.28  bottom 88.19  width 123.47  height 158.75 mm";
+  deadline = std::chrono::steady_clock::now() + std::chrono::seconds(8);
+  text = statusText(dpy, xvfb.display());
+  while (text != want && std::chrono::steady_clock::now() < deadline) {
+    settle(100);
+    text = statusText(dpy, xvfb.display());
+  }
+  EXPECT_EQ(text, want);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"mouseup", "1"}), 0);
+  settle();
+  // Applied, the status line shows the page's new crop box in the same unit.
+  auto inside = device(250, 500);
+  clickAt(inside.first, inside.second);
+  press("Current"); // "Crop this page?"
+  text = statusText(dpy, xvfb.display());
+  EXPECT_NE(text.find("Crop box: left 35.28  bottom 88.19  width 123.47  height 158.75 mm"),
+            std::string::npos)
+      << text;
+  // The unit is remembered in the config file and used at the next start.
+  EXPECT_NE(readFile(config + "/folio/folio.conf").find("units = millimetres"), std::string::npos);
+  key("ctrl+q");
+  press("Don't Save");
+  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
+  startFolio(pdf, {"XDG_CONFIG_HOME=" + config});
+  text = statusText(dpy, xvfb.display());
+  EXPECT_NE(text.find("Crop box: left 0  bottom 0  width 215.9  height 279.4 mm"), std::string::npos) << text;
+}
+
+// The device rectangle of the white paper along the middle row and column
+// of the page view: the page's shown area.
+bool paperBounds(const guitest::Snapshot &s, int &l, int &t, int &r, int &b)
+{
+  const guitest::Rgb white{255, 255, 255};
+  l = t = 1 << 30;
+  r = b = -1;
+  for (int x = 0; x < s.width(); x++)
+    if (s.at(x, s.height() / 2) == white) {
+      l = std::min(l, x);
+      r = std::max(r, x);
+    }
+  for (int y = 0; y < s.height(); y++)
+    if (s.at(s.width() / 2, y) == white) {
+      t = std::min(t, y);
+      b = std::max(b, y);
+    }
+  return r >= 0 && b >= 0;
+}
+
+TEST_F(GuiViewer, ShowCroppedPagesShowsOnlyTheCropBoxAndARegionDrawnThereLandsRight)
+{
+  std::string pdf = makePdf("cropped.pdf", {"--crop", "100,100,400,500", "--rect", "300,150,350,200"});
+  std::string config = dir + "/config";
+  std::remove((config + "/folio/folio.conf").c_str()); // left by an earlier run
+  startFolio(pdf, {"XDG_CONFIG_HOME=" + config});
+  int l, t, r, b;
+  // Off: the media box with the outside of the crop box dimmed.
+  ASSERT_TRUE(paperBounds(shot(), l, t, r, b));
+  EXPECT_EQ(r - l + 1, 300);
+  chooseMenu({"View", "ShowCroppedPages"});
+  guitest::Snapshot s = shotUntil([&](const guitest::Snapshot &x) {
+    int l2, t2, r2, b2;
+    return paperBounds(x, l2, t2, r2, b2) && x.at(l2 - 1, x.height() / 2) == guitest::Rgb{0x80, 0x80, 0x80};
+  });
+  ASSERT_TRUE(paperBounds(s, l, t, r, b));
+  EXPECT_EQ(r - l + 1, 300);
+  EXPECT_EQ(b - t + 1, 400);
+  // Only the crop box is shown: the background right around it.
+  EXPECT_EQ(s.at(l - 1, (t + b) / 2), (guitest::Rgb{0x80, 0x80, 0x80}));
+  EXPECT_EQ(s.at(r + 1, (t + b) / 2), (guitest::Rgb{0x80, 0x80, 0x80}));
+  EXPECT_EQ(s.at((l + r) / 2, b + 1), (guitest::Rgb{0x80, 0x80, 0x80}));
+  // The black mark at page (300..350, 150..200) is where the crop box puts it.
+  EXPECT_EQ(s.at(l + 225, t + 325), (guitest::Rgb{0, 0, 0}));
+  EXPECT_NE(readFile(config + "/folio/folio.conf").find("show-cropped-pages = yes"), std::string::npos);
+  // A region drawn in this view: page (150, 450) to (350, 200), the crop
+  // box's top-left being page (100, 500).
+  key("ctrl+9");
+  drag({{l + 50, t + 50}, {l + 150, t + 200}, {l + 250, t + 300}});
+  clickAt(l + 150, t + 150);
+  press("Current"); // "Crop this page?"
+  key("ctrl+s");
+  std::vector<Box> boxes = boxesUntil(pdf, [](const std::vector<Box> &x) {
+    return x.size() == 1 && x[0] != Box{100, 100, 400, 500};
+  });
+  ASSERT_EQ(boxes.size(), 1u);
+  EXPECT_NEAR(boxes[0][0], 150, 1.0);
+  EXPECT_NEAR(boxes[0][1], 200, 1.0);
+  EXPECT_NEAR(boxes[0][2], 350, 1.0);
+  EXPECT_NEAR(boxes[0][3], 450, 1.0);
+  // The view now lays out the new crop box, and Fit Width fits it.
+  s = shotUntil([&](const guitest::Snapshot &x) {
+    int l2, t2, r2, b2;
+    return paperBounds(x, l2, t2, r2, b2) && r2 - l2 + 1 == 200;
+  });
+  ASSERT_TRUE(paperBounds(s, l, t, r, b));
+  EXPECT_EQ(r - l + 1, 200);
+  EXPECT_EQ(b - t + 1, 250);
+  key("ctrl+2");
+  s = shotUntil([&](const guitest::Snapshot &x) {
+    int l2, t2, r2, b2;
+    return paperBounds(x, l2, t2, r2, b2) && r2 - l2 + 1 > 300;
+  });
+  ASSERT_TRUE(paperBounds(s, l, t, r, b));
+  XWindowAttributes a;
+  XGetWindowAttributes(dpy, pageView, &a);
+  EXPECT_NEAR(r - l + 1, a.width - 16, 2);
+}
+
 // A pressed button has its shadows swapped: dark along the top-left edge,
 // light along the bottom-right one.
 bool looksPressed(Display *dpy, unsigned long button)

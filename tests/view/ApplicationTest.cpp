@@ -6,6 +6,7 @@
 #include "ExceptionFrames.h"
 #include "ViewTestSupport.h"
 #include "model/Handles.h"
+#include "model/Page.h"
 #include "view/Application.h"
 #include "view/Handles.h"
 
@@ -203,6 +204,23 @@ TEST(ViewApp, ProgressMonitorForwardsToThePort)
   mon->endOperation(data);
   EXPECT_FALSE(app.progressActive());
   EXPECT_EQ(ports.log, (std::vector<std::string>{"begin", "duration 3", "value 0", "value 2", "end"}));
+}
+
+TEST(ViewApp, AProgressOperationLeftOpenEndsWithTheUserAction)
+{
+  Application app;
+  RecordingPorts ports;
+  app.setPorts(ports.ports());
+  void *data = nullptr;
+  ProgressMonitor mon = app.progressMonitor(&data);
+  app.endOpenProgress(); // nothing open: nothing to end
+  EXPECT_TRUE(ports.log.empty());
+  mon->beginOperation(data);
+  mon->setDuration(3, data);
+  app.endOpenProgress();
+  EXPECT_FALSE(app.progressActive());
+  app.endOpenProgress();
+  EXPECT_EQ(ports.log, (std::vector<std::string>{"begin", "duration 3", "end"}));
 }
 
 TEST(ViewApp, ProgressMonitorWithoutPortKeepsItsValues)
@@ -422,6 +440,47 @@ TEST(ViewApp, CloseMakesTheLastRemainingDocumentActive)
   EXPECT_TRUE(app.closeDocument(&d1, false));
   EXPECT_EQ(app.activeDocument(), nullptr);
   EXPECT_FALSE(app.closeDocument(&d1, false)); // no longer open
+}
+
+struct RetitleListener : ApplicationListener {
+  std::vector<std::string> titles;
+  void documentRetitled(DocWindow &doc) override { titles.push_back(doc.title()); }
+};
+
+TEST(ViewApp, SaveAsMakesTheNewFileTheDocumentsFileAndTitle)
+{
+  Application app;
+  RetitleListener listener;
+  app.addListener(&listener);
+  std::string path = viewtest::makePdf("first.pdf", {viewtest::page(0, 0, 612, 792)});
+  std::string other = viewtest::tempPath("second.pdf");
+  DocWindow &doc = app.openDocument(path);
+  ASSERT_TRUE(app.saveDocument(doc, other));
+  EXPECT_EQ(doc.title(), "second.pdf");
+  EXPECT_EQ(listener.titles, std::vector<std::string>{"second.pdf"});
+  // A later Save goes to the new file, and the title says so.
+  FixedRect crop{viewtest::fx(10), viewtest::fx(700), viewtest::fx(600), viewtest::fx(20)};
+  doc.pageView().page().setCropBox(crop);
+  doc.pageView().page().notifyContentsDidChange();
+  ASSERT_TRUE(app.saveDocument(doc));
+  EXPECT_EQ(listener.titles.size(), 1u) << "a plain Save keeps the title";
+  Application reader;
+  EXPECT_EQ(reader.openDocument(other).pageView().page().cropBox().left, viewtest::fx(10));
+  EXPECT_EQ(reader.openDocument(path).pageView().page().cropBox().left, 0) << "the first file was written";
+  app.removeListener(&listener);
+}
+
+TEST(ViewApp, SaveAsKeepsATitleGivenAtOpen)
+{
+  Application app;
+  RetitleListener listener;
+  app.addListener(&listener);
+  std::string path = viewtest::makePdf("t.pdf", {viewtest::page(0, 0, 612, 792)});
+  DocWindow &doc = app.openDocument(path, "My Title");
+  ASSERT_TRUE(app.saveDocument(doc, viewtest::tempPath("u.pdf")));
+  EXPECT_EQ(doc.title(), "My Title");
+  EXPECT_TRUE(listener.titles.empty());
+  app.removeListener(&listener);
 }
 
 TEST(ViewApp, ClosingAChangedDocumentAsksFirst)

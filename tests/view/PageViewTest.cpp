@@ -677,3 +677,101 @@ TEST_F(ViewFrame, WritingToAMissingFolderFails)
   EXPECT_FALSE(view().writePng(viewtest::tempPath("no/such/folder/frame.png"), &error));
   EXPECT_FALSE(error.empty());
 }
+
+// ---- showing cropped pages -------------------------------------------------------
+
+namespace {
+
+struct ViewCropped : ViewFixture {};
+
+TEST_F(ViewCropped, TheCropBoxIsLaidOutFromTheMargin)
+{
+  auto sheet = viewtest::page(0, 0, 400, 500);
+  sheet.crop = folio::pdfgen::Box{100, 100, 300, 400};
+  open({sheet});
+  view().setShowCropped(true);
+  EXPECT_EQ(view().pageDeviceWidth(), 200);
+  EXPECT_EQ(view().pageDeviceHeight(), 300);
+  expectRect(view().rectToDevice(frect(100, 400, 300, 100)), 8, 8, 208, 308);
+  // A region dragged in the cropped view is the same page rectangle as the
+  // conversions give back: device -> page is exact.
+  FixedRect back = view().deviceRectToPage(FVRect{58, 108, 158, 208});
+  EXPECT_EQ(back.left, fx(150));
+  EXPECT_EQ(back.top, fx(300));
+  EXPECT_EQ(back.right, fx(250));
+  EXPECT_EQ(back.bottom, fx(200));
+  // Off again: the media box, as before.
+  view().setShowCropped(false);
+  EXPECT_EQ(view().pageDeviceWidth(), 400);
+  expectRect(view().rectToDevice(frect(100, 400, 300, 100)), 108, 108, 308, 408);
+}
+
+TEST_F(ViewCropped, RotationTurnsTheCropBox)
+{
+  auto sheet = viewtest::page(0, 0, 400, 500, 90);
+  sheet.crop = folio::pdfgen::Box{0, 0, 400, 250}; // the lower half of the page
+  open({sheet});
+  view().setShowCropped(true);
+  // Turned clockwise: 250 wide, 400 high; the crop box's top-left corner
+  // goes to the top-right, its bottom-left to the top-left.
+  EXPECT_EQ(view().pageDeviceWidth(), 250);
+  EXPECT_EQ(view().pageDeviceHeight(), 400);
+  expectRect(view().rectToDevice(frect(0, 250, 0, 250)), 258, 8, 258, 8);
+  expectRect(view().rectToDevice(frect(0, 0, 0, 0)), 8, 8, 8, 8);
+  expectRect(view().rectToDevice(frect(400, 250, 400, 250)), 258, 408, 258, 408);
+}
+
+TEST_F(ViewCropped, OnlyTheCropBoxIsShownAndThePaintLinesUp)
+{
+  auto sheet = viewtest::page(0, 0, 400, 500);
+  sheet.crop = folio::pdfgen::Box{100, 100, 300, 400};
+  sheet.marks.push_back(folio::pdfgen::Mark::fillRect({150, 150, 200, 200}));
+  open({sheet});
+  view().setShowCropped(true);
+  view().drawNow();
+  EXPECT_EQ(view().frame().width, 216);
+  EXPECT_EQ(view().frame().height, 316);
+  // The mark (150..200 x 150..200) is at device x 58..108, y 208..258.
+  auto [l, t] = std::pair{58, 208};
+  EXPECT_EQ(at(view(), l + 1, t + 1), (Rgb{0, 0, 0}));
+  EXPECT_EQ(at(view(), l + 48, t + 48), (Rgb{0, 0, 0}));
+  EXPECT_EQ(at(view(), l - 2, t + 20), kWhite);
+  EXPECT_EQ(at(view(), l + 20, t - 2), kWhite);
+  // Inside the crop box the paper is shown as rendered, nothing is dimmed;
+  // outside it there is only the background.
+  EXPECT_EQ(at(view(), 8, 8), kWhite);
+  EXPECT_EQ(at(view(), 207, 307), kWhite);
+  EXPECT_EQ(at(view(), 7, 100), kGrey);
+  EXPECT_EQ(at(view(), 208, 100), kGrey);
+  EXPECT_EQ(at(view(), 100, 308), kGrey);
+}
+
+TEST_F(ViewCropped, TheApplicationSettingReachesEveryView)
+{
+  auto sheet = viewtest::page(0, 0, 400, 500);
+  sheet.crop = folio::pdfgen::Box{100, 100, 300, 400};
+  open({sheet});
+  app.setShowCroppedPages(true);
+  EXPECT_TRUE(view().showCropped());
+  DocWindow &second = app.openDocument(viewtest::makePdf("w.pdf", {sheet}));
+  EXPECT_TRUE(second.pageView().showCropped());
+  EXPECT_EQ(second.pageView().pageDeviceWidth(), 200);
+  app.setShowCroppedPages(false);
+  EXPECT_FALSE(view().showCropped());
+  EXPECT_FALSE(second.pageView().showCropped());
+}
+
+TEST_F(ViewCropped, ACropChangesTheLayout)
+{
+  auto sheet = viewtest::page(0, 0, 400, 500);
+  open({sheet});
+  view().setShowCropped(true);
+  EXPECT_EQ(view().pageDeviceWidth(), 400);
+  view().page().setCropBox(frect(50, 450, 250, 50));
+  view().page().notifyContentsDidChange();
+  EXPECT_EQ(view().pageDeviceWidth(), 200);
+  EXPECT_EQ(view().pageDeviceHeight(), 400);
+  expectRect(view().rectToDevice(frect(50, 450, 50, 450)), 8, 8, 8, 8);
+}
+
+} // namespace
