@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <sstream>
 
-#include "model/Budget.h"
 #include "core/Guard.h"
+#include "model/Budget.h"
 #include "model/ModelError.h"
 #include "view/StatusText.h"
 
@@ -245,7 +245,8 @@ bool Runner::open(const Step &s)
     view::DocWindow &doc = app_.openDocument(s.text);
     // Nothing here needs the page's pixels until a snapshot.
     doc.pageView().setShowsContents(false);
-    out_ << "opened: " << escapeControlBytes(s.text) << " (" << view::countOf(doc.pageView().pageCount(), "page") << ")\n";
+    out_ << "opened: " << escapeControlBytes(s.text) << " ("
+         << view::countOf(doc.pageView().pageCount(), "page") << ")\n";
     const model::Document &d = doc.document();
     if (havePassword_ && !passwordAsked_ && d.isEncrypted() && !d.openedAsOwner())
       note("the password given is not the owner password of " + quoted(s.text) +
