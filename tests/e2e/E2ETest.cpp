@@ -970,7 +970,7 @@ TEST_F(E2E, ControlBytesOfFileNamesNeverReachTheTerminal)
   write(name, {page()});
   RunResult r = script("open \"" + path(name) + "\"\nsave \"" + path("o\x1b]0;x\a.pdf") + "\"\n");
   ASSERT_EQ(r.exitCode, 0) << lastRun;
-  EXPECT_TRUE(contains(r.out, "opened: " + path("a\\x1b[2Jb\\x0dc.pdf") + " (1 pages)\n")) << lastRun;
+  EXPECT_TRUE(contains(r.out, "opened: " + path("a\\x1b[2Jb\\x0dc.pdf") + " (1 page)\n")) << lastRun;
   EXPECT_TRUE(contains(r.out, "saved: " + path("o\\x1b]0;x\\x07.pdf") + "\n")) << lastRun;
   RunResult missing = folio({"--crop-bbox", "each", path("no\x1b[2Jsuch\r.pdf"), "-o", path("x.pdf")});
   EXPECT_EQ(missing.exitCode, 1) << lastRun;

@@ -15,6 +15,7 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
@@ -928,7 +929,8 @@ TEST_F(GuiViewer, ClosingTheEachOrBiggestQuestionLeavesNoProgressWindowBehind)
 TEST_F(GuiViewer, TheStatusLineShowsTheRegionWhileItIsDrawnInTheChosenUnit)
 {
   std::string pdf = makePdf("letter.pdf", {"--rect", "100,100,300,300"});
-  std::string config = dir + "/config";
+  // Absolute: a relative XDG_CONFIG_HOME is ignored, as the XDG rules say.
+  std::string config = std::filesystem::absolute(dir + "/config").string();
   std::remove((config + "/folio/folio.conf").c_str()); // left by an earlier run
   startFolio(pdf, {"XDG_CONFIG_HOME=" + config});
   EXPECT_EQ(statusText(dpy, xvfb.display()).find("Page 1 of 1"), 0u) << statusText(dpy, xvfb.display());
@@ -1010,7 +1012,8 @@ bool paperBounds(const guitest::Snapshot &s, int &l, int &t, int &r, int &b)
 TEST_F(GuiViewer, ShowCroppedPagesShowsOnlyTheCropBoxAndARegionDrawnThereLandsRight)
 {
   std::string pdf = makePdf("cropped.pdf", {"--crop", "100,100,400,500", "--rect", "300,150,350,200"});
-  std::string config = dir + "/config";
+  // Absolute: a relative XDG_CONFIG_HOME is ignored, as the XDG rules say.
+  std::string config = std::filesystem::absolute(dir + "/config").string();
   std::remove((config + "/folio/folio.conf").c_str()); // left by an earlier run
   startFolio(pdf, {"XDG_CONFIG_HOME=" + config});
   int l, t, r, b;
