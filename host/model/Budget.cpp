@@ -87,8 +87,9 @@ namespace {
 // thread that looks at the running works' deadlines and at the cancel
 // request every 20 ms and aborts their cookies, which the engine checks
 // between operators.
-std::mutex gWatchMutex;
-std::vector<Meter *> gWatched; // meters with a PageWork running
+// Never destroyed: the detached watchdog may wake while the process exits.
+std::mutex &gWatchMutex = *new std::mutex;
+std::vector<Meter *> &gWatched = *new std::vector<Meter *>; // meters with a PageWork running
 
 void watch()
 {
