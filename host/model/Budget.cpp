@@ -7,7 +7,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
+#include <thread>
+#include <vector>
 
 namespace folio::model {
 
@@ -49,27 +52,86 @@ struct Meter {
   size_t limit = 0;    // while one runs: used may not pass this
   double deadline = 0; // while one runs: monotonic seconds
   unsigned ticks = 0;  // allocations since the last look at the clock
-  PageWork::Stop stop = PageWork::Stop::None;
+  // Set by the engine's thread and by the watchdog.
+  std::atomic<PageWork::Stop> stop{PageWork::Stop::None};
   fz_cookie cookie{};
+
+  void halt(PageWork::Stop why)
+  {
+    PageWork::Stop none = PageWork::Stop::None;
+    stop.compare_exchange_strong(none, why);
+    cookie.abort = 1;
+  }
 
   // True when the running work may go on; otherwise stops it.
   bool mayGoOn(size_t more)
   {
     if (depth == 0)
       return true;
-    if (stop == PageWork::Stop::None) {
+    if (stop.load() == PageWork::Stop::None) {
       if (gCancel.load(std::memory_order_relaxed))
-        stop = PageWork::Stop::Cancelled;
+        halt(PageWork::Stop::Cancelled);
       else if (more > limit || used > limit - more)
-        stop = PageWork::Stop::Memory;
+        halt(PageWork::Stop::Memory);
       else if ((++ticks & 63) == 0 && nowSeconds() > deadline)
-        stop = PageWork::Stop::Time;
+        halt(PageWork::Stop::Time);
     }
-    if (stop != PageWork::Stop::None)
-      cookie.abort = 1;
-    return stop == PageWork::Stop::None;
+    return stop.load() == PageWork::Stop::None;
   }
 };
+
+namespace {
+
+// The watchdog: work that neither allocates nor finishes (an interpreter
+// running through millions of operators that draw nothing) is stopped by a
+// thread that looks at the running works' deadlines and at the cancel
+// request every 20 ms and aborts their cookies, which the engine checks
+// between operators.
+// Never destroyed: the detached watchdog may wake while the process exits.
+std::mutex &gWatchMutex = *new std::mutex;
+std::vector<Meter *> &gWatched = *new std::vector<Meter *>; // meters with a PageWork running
+
+void watch()
+{
+  for (;;) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    std::lock_guard<std::mutex> lock(gWatchMutex);
+    double now = nowSeconds();
+    bool cancel = gCancel.load(std::memory_order_relaxed);
+    for (Meter *m : gWatched) {
+      if (cancel)
+        m->halt(PageWork::Stop::Cancelled);
+      else if (now > m->deadline)
+        m->halt(PageWork::Stop::Time);
+    }
+  }
+}
+
+void startWatching(Meter *m)
+{
+  static std::once_flag started;
+  std::call_once(started, [] {
+    try {
+      std::thread(watch).detach();
+    } catch (const std::exception &) {
+      // Without the thread, deadlines are still seen at allocations.
+    }
+  });
+  std::lock_guard<std::mutex> lock(gWatchMutex);
+  gWatched.push_back(m);
+}
+
+void stopWatching(Meter *m)
+{
+  std::lock_guard<std::mutex> lock(gWatchMutex);
+  for (size_t i = 0; i < gWatched.size(); ++i)
+    if (gWatched[i] == m) {
+      gWatched.erase(gWatched.begin() + static_cast<std::ptrdiff_t>(i));
+      break;
+    }
+}
+
+} // namespace
 
 namespace {
 
@@ -185,14 +247,18 @@ PageWork::PageWork(fz_context *ctx) : meter_(meterOf(ctx)), outer_(meter_ && met
     meter_->ticks = 0;
     meter_->limit = meter_->used + b.bytes;
     meter_->deadline = nowSeconds() + b.seconds;
+    startWatching(meter_);
   }
   ++meter_->depth;
 }
 
 PageWork::~PageWork()
 {
-  if (meter_)
-    --meter_->depth;
+  if (!meter_)
+    return;
+  if (outer_)
+    stopWatching(meter_);
+  --meter_->depth;
 }
 
 fz_cookie *PageWork::cookie()
@@ -204,12 +270,13 @@ PageWork::Stop PageWork::stopped() const
 {
   if (!meter_)
     return Stop::None;
-  // A deadline passed without an allocation since is seen here too.
-  if (meter_->stop == Stop::None && gCancel.load(std::memory_order_relaxed))
+  Stop stop = meter_->stop.load();
+  // A deadline passed since the last look is seen here too.
+  if (stop == Stop::None && gCancel.load(std::memory_order_relaxed))
     return Stop::Cancelled;
-  if (meter_->stop == Stop::None && nowSeconds() > meter_->deadline)
+  if (stop == Stop::None && nowSeconds() > meter_->deadline)
     return Stop::Time;
-  return meter_->stop;
+  return stop;
 }
 
 } // namespace folio::model

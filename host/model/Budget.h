@@ -8,7 +8,9 @@
 // called (from a signal handler too), the work's cookie is aborted, which the
 // engine's interpreters and devices look at between operations, and further
 // allocations are refused, which stops work that never looks at a cookie
-// (decoding an image, say). The caller then asks stopped() and treats the
+// (decoding an image, say). A watchdog thread (started with the first
+// PageWork) looks at the deadlines and the cancel request every 20 ms, so
+// work that does not allocate is stopped too. The caller then asks stopped() and treats the
 // page as one whose contents cannot be measured or drawn.
 //
 // One thread uses a context at a time. PageWorks on one context nest: an

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 #include "BudgetEngine.h"
 #include "Document.h"
@@ -67,9 +68,12 @@ std::string overBudgetMessage(const Page &page, PageWork::Stop stop)
   switch (stop) {
   case PageWork::Stop::Cancelled:
     return "Work on page " + n + " was cancelled.";
-  case PageWork::Stop::Time:
-    return "Page " + n + " takes more than " + std::to_string(static_cast<long>(pageBudget().seconds)) +
+  case PageWork::Stop::Time: {
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%g", pageBudget().seconds);
+    return "Page " + n + " takes more than " + seconds +
            " seconds to read; its contents are not measured or drawn.";
+  }
   default:
     return "Page " + n + " needs more than " + std::to_string(pageBudget().bytes >> 20) +
            " MB to read; its contents are not measured or drawn.";

@@ -214,6 +214,83 @@ std::string readBack(DocumentImpl &d, pdf_document *fresh)
   return why;
 }
 
+// The engine repairs a damaged file lazily, when it first meets a broken
+// object (a page's contents, say), and then reads every object again from
+// the file: crop boxes written before are gone, and those written after went
+// to page objects it no longer uses. Puts each crop box set this session on
+// the page object the engine has now, where it is not there.
+void putCropBoxes(DocumentImpl &d)
+{
+  fz_context *ctx = d.ctx;
+  for (const auto &entry : d.cropSet) {
+    int index = entry.first;
+    const FixedRect &r = entry.second;
+    try {
+      pdf_obj *obj = pageObject(d, index, nullptr);
+      engineCall(ctx, ModelErrorKind::Engine, "", [&] {
+        dropEmptyNameKeys(ctx, obj);
+        pdf_obj *have = pdf_dict_get(ctx, obj, PDF_NAME(CropBox));
+        const double want[4] = {r.left / 65536.0, r.bottom / 65536.0, r.right / 65536.0, r.top / 65536.0};
+        bool same = pdf_array_len(ctx, have) == 4;
+        for (int k = 0; same && k < 4; ++k)
+          same = pdf_to_real(ctx, pdf_array_get(ctx, have, k)) == static_cast<float>(want[k]);
+        if (!same) {
+          pdf_obj *box = pdf_dict_put_array(ctx, obj, PDF_NAME(CropBox), 4);
+          for (int k = 0; k < 4; ++k)
+            pdf_array_push_real(ctx, box, want[k]);
+        }
+      });
+    } catch (const ModelError &) {
+      // A page the engine cannot find any more is left as it is; the
+      // read-back refuses a file that lost pages.
+    }
+  }
+}
+
+// Writes `src` to `temp` (`fd` is open on it and is closed here, -1 after),
+// incrementally (the original bytes, then the changed objects) or in full,
+// then reads the written file back. Returns the written document, read
+// again; throws ModelError(SaveFailed), with *readBackFailed set when the
+// file was written but does not read back as the same document.
+pdf_document *writeChecked(DocumentImpl &src, bool incremental, int &fd, const std::string &temp,
+                           bool *readBackFailed)
+{
+  fz_context *ctx = src.ctx;
+  if (incremental)
+    copyOriginal(src, fd);
+  int closed = ::close(fd);
+  fd = -1;
+  if (closed != 0)
+    throw ModelError(ModelErrorKind::SaveFailed, std::strerror(errno));
+  pdf_write_options opts = pdf_default_write_options;
+  if (incremental) {
+    opts.do_incremental = 1;
+  } else {
+    opts.do_garbage = 1;
+    opts.do_compress = 1;
+  }
+  opts.do_encrypt = PDF_ENCRYPT_KEEP;
+  const char *tempPath = temp.c_str();
+  engineCall(ctx, ModelErrorKind::SaveFailed, "cannot write",
+             [&] { pdf_save_document(ctx, src.doc, tempPath, &opts); });
+  if (!syncPath(temp, false))
+    throw ModelError(ModelErrorKind::SaveFailed, std::string("cannot flush (") + std::strerror(errno) + ")");
+  // Read the new file back before it replaces anything. The engine repairs a
+  // damaged file lazily, when a page's contents are first read, and such a
+  // repair can take the catalog with it; the file written then has no pages,
+  // and must not take the place of a good one.
+  pdf_document *fresh = reopen(ctx, tempPath, src.password.c_str());
+  std::string why = fresh ? readBack(src, fresh) : std::string("it does not open");
+  if (!why.empty()) {
+    if (fresh)
+      pdf_drop_document(ctx, fresh);
+    *readBackFailed = true;
+    throw ModelError(ModelErrorKind::SaveFailed,
+                     "the written file does not read back as the same document (" + why + ")");
+  }
+  return fresh;
+}
+
 // A temporary name beside `target` that keeps within the folder's limit on
 // the length of a name.
 std::string temporaryTemplate(const std::string &dir, const std::string &target)
@@ -265,36 +342,7 @@ bool Document::saveAs(const std::string &requested, bool forceFull)
     return can != 0;
   };
 
-  // The engine repairs a damaged file lazily, when it first meets a broken
-  // object (a page's contents, say), and then reads every object again from
-  // the file: crop boxes written before are gone, and those written after
-  // went to page objects it no longer uses. Put each crop box set this
-  // session on the page object the engine has now, where it is not there.
-  auto putBackCropBoxes = [&] {
-    for (const auto &entry : d.cropSet) {
-      int index = entry.first;
-      const FixedRect &r = entry.second;
-      try {
-        pdf_obj *obj = pageObject(d, index, nullptr);
-        engineCall(ctx, ModelErrorKind::Engine, "", [&] {
-          dropEmptyNameKeys(ctx, obj);
-          pdf_obj *have = pdf_dict_get(ctx, obj, PDF_NAME(CropBox));
-          const double want[4] = {r.left / 65536.0, r.bottom / 65536.0, r.right / 65536.0, r.top / 65536.0};
-          bool same = pdf_array_len(ctx, have) == 4;
-          for (int k = 0; same && k < 4; ++k)
-            same = pdf_to_real(ctx, pdf_array_get(ctx, have, k)) == static_cast<float>(want[k]);
-          if (!same) {
-            pdf_obj *box = pdf_dict_put_array(ctx, obj, PDF_NAME(CropBox), 4);
-            for (int k = 0; k < 4; ++k)
-              pdf_array_push_real(ctx, box, want[k]);
-          }
-        });
-      } catch (const ModelError &) {
-        // A page the engine cannot find any more is left as it is; the
-        // read-back below refuses a file that lost pages.
-      }
-    }
-  };
+  auto putBackCropBoxes = [&] { putCropBoxes(d); };
 
   // A full save writes every object, so none may keep an empty-name key;
   // reading them all may make the engine repair the file, so the crop boxes
@@ -340,37 +388,37 @@ bool Document::saveAs(const std::string &requested, bool forceFull)
         }());
 
   pdf_document *fresh = nullptr;
+  DocumentImpl retry; // the document read again from its file, for a second try
+  retry.ctx = ctx;
   try {
-    if (incremental)
-      copyOriginal(d, fd);
-    if (::close(fd) != 0) {
-      fd = -1;
-      throw ModelError(ModelErrorKind::SaveFailed, std::strerror(errno));
+    bool readBackFailed = false;
+    try {
+      fresh = writeChecked(d, incremental, fd, temp, &readBackFailed);
+    } catch (const ModelError &) {
+      // Only crop boxes change in this host. When the engine's repair of a
+      // damaged file spoiled what it holds, the same changes made on the file
+      // as it is on disk, appended to its bytes, may still give a document
+      // that reads back: try that once.
+      if (!readBackFailed || !pdf_was_repaired(ctx, d.doc))
+        throw;
+      retry.path = d.path;
+      retry.password = d.password;
+      retry.cropSet = d.cropSet;
+      retry.doc = reopen(ctx, d.path.c_str(), d.password.c_str());
+      if (!retry.doc)
+        throw;
+      buildPageIndex(retry);
+      if (static_cast<int>(retry.pageObjs.size()) != d.pageCount || pdf_was_repaired(ctx, retry.doc) ||
+          retry.treeRebuilt)
+        throw;
+      retry.pageCount = d.pageCount;
+      putCropBoxes(retry);
+      fd = ::open(temp.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+      if (fd < 0)
+        throw;
+      readBackFailed = false;
+      fresh = writeChecked(retry, true, fd, temp, &readBackFailed);
     }
-    fd = -1;
-    pdf_write_options opts = pdf_default_write_options;
-    if (incremental) {
-      opts.do_incremental = 1;
-    } else {
-      opts.do_garbage = 1;
-      opts.do_compress = 1;
-    }
-    opts.do_encrypt = PDF_ENCRYPT_KEEP;
-    const char *tempPath = temp.c_str();
-    engineCall(ctx, ModelErrorKind::SaveFailed, "cannot write",
-               [&] { pdf_save_document(ctx, d.doc, tempPath, &opts); });
-    if (!syncPath(temp, false))
-      throw ModelError(ModelErrorKind::SaveFailed,
-                       std::string("cannot flush (") + std::strerror(errno) + ")");
-    // Read the new file back before it replaces anything. The engine repairs
-    // a damaged file lazily, when a page's contents are first read, and such
-    // a repair can take the catalog with it; the file written then has no
-    // pages, and must not take the place of a good one.
-    fresh = reopen(ctx, tempPath, d.password.c_str());
-    std::string why = fresh ? readBack(d, fresh) : std::string("it does not open");
-    if (!why.empty())
-      throw ModelError(ModelErrorKind::SaveFailed,
-                       "the written file does not read back as the same document (" + why + ")");
     if (::rename(temp.c_str(), target.c_str()) != 0)
       throw ModelError(ModelErrorKind::SaveFailed,
                        std::string("cannot replace it (") + std::strerror(errno) + ")");
@@ -379,9 +427,13 @@ bool Document::saveAs(const std::string &requested, bool forceFull)
       ::close(fd);
     if (fresh)
       pdf_drop_document(ctx, fresh);
+    dropPageIndex(retry);
+    pdf_drop_document(ctx, retry.doc);
     ::unlink(temp.c_str());
     saveFailed(target, e.what());
   }
+  dropPageIndex(retry);
+  pdf_drop_document(ctx, retry.doc);
   syncPath(dir, true);
 
   // Read the document again from what is now on disk. Pages keep their

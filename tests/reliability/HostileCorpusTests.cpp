@@ -411,3 +411,26 @@ TEST_F(ReliabilityHostileCorpus, EncryptedWithRestrictedPermissions)
   ASSERT_TRUE(gen::encryptWithQpdf(path("plain.pdf"), path("locked.pdf"), "", "owner", false, &why)) << why;
   allModes("locked.pdf", 2);
 }
+
+// Some 40 million operators that draw nothing (no allocation to look at the
+// clock): the watchdog stops the page at its deadline, here a millisecond,
+// which no such page can meet; the page is taken as having no marks, with
+// its note, and its crop box stays.
+TEST_F(ReliabilityHostileCorpus, PageOverItsTimeIsStoppedAndTakenAsBlank)
+{
+  std::vector<std::string> o = {"<< /Type /Catalog /Pages 2 0 R >>",
+                                "<< /Type /Pages /Kids [3 0 R] /Count 1 >>", pageObj(2, 4),
+                                gen::flateStream("", "0 g 1 w\n", 40000000 / 2)};
+  rel::writeFile(path("slow.pdf"), gen::rawPdf(o, "/Root 1 0 R"));
+  RunResult r = folio({"--crop-bbox", "each", path("slow.pdf"), "-o", path("out.pdf")},
+                      {"FOLIO_PAGE_BUDGET=0.001,1024"});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  EXPECT_TRUE(contains(r.out,
+                       "note: Page 1 takes more than 0.001 seconds to read; its contents are not measured "
+                       "or drawn. It is taken as having no marks.\n"))
+      << lastRun;
+  std::string why;
+  std::vector<e2e::PageBoxes> boxes = e2e::readBoxes(path("out.pdf"), &why);
+  ASSERT_EQ(boxes.size(), 1u) << why;
+  EXPECT_EQ(boxes[0].crop, (e2e::Box{0, 0, 612, 792})) << e2e::toString(boxes[0].crop);
+}
