@@ -102,8 +102,8 @@ std::string usageText()
          "Configuration: $XDG_CONFIG_HOME/folio/folio.conf, or ~/.config/folio/folio.conf when\n"
          "  XDG_CONFIG_HOME is unset, empty or relative (a relative value is ignored, as the XDG\n"
          "  base-directory rules say); lines \"edition = editing|read-only\" and\n"
-         "  \"plugin-path = DIR:DIR\". The environment's FOLIO_EDITION and FOLIO_PLUGIN_PATH\n"
-         "  come after the file, the command line last.\n"
+         "  \"plugin-path = DIR:DIR\". FOLIO_EDITION beats the file's edition, --read-only\n"
+         "  beats both; FOLIO_PLUGIN_PATH and --plugins add folders after the file's.\n"
          "\n"
          "Exit status: 0 success, 1 the run stopped (error or unanswered question; nothing is\n"
          "saved after that), 2 bad command line.\n";

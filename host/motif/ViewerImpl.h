@@ -179,6 +179,7 @@ struct Viewer::Impl : view::ApplicationListener {
   RedrawStats stats;
   double presentTotalMs = 0; // sum of presentMs, to split a redraw's time
   bool pageChangePending = false;
+  std::string lastSyncFailure; // the message of the last failed sync(), shown once
 };
 
 // The view layer's ports, implemented with the viewer's widgets.

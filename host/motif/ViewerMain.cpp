@@ -262,7 +262,17 @@ int Viewer::Impl::run(const std::vector<std::string> &files)
     if (!f.empty())
       guarded(app, [&] { app.openDocumentReporting(f); });
   while (!quitting) {
-    guarded(app, [&] { sync(); });
+    // sync() runs after every event: a failure that repeats (a page whose
+    // boxes cannot be read) is shown once, not once an event.
+    bool synced = guardRun([&] { sync(); },
+                           [&](const std::string &message) {
+                             if (message != lastSyncFailure) {
+                               lastSyncFailure = message;
+                               app.note(message);
+                             }
+                           });
+    if (synced)
+      lastSyncFailure.clear();
     XEvent ev;
     XtAppNextEvent(appContext, &ev);
     bool handled = false;

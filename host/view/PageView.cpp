@@ -117,6 +117,15 @@ bool PageView::goToPage(int n)
   if (n == pageNum_)
     return true;
   model::Page *next = doc_->document().acquirePage(n);
+  try {
+    // A page whose boxes cannot be read is not shown: the view stays on the
+    // page it has (else every later redraw would fail on it).
+    next->mediaBox();
+    next->rotate();
+  } catch (...) {
+    doc_->document().releasePage(next);
+    throw;
+  }
   model::Page *old = page_;
   page_ = next;
   pageNum_ = n;

@@ -119,7 +119,8 @@ public:
   int pageCount() const;
   // Shows page `n` (zero-based); false, changing nothing, when out of range.
   // The view keeps the page it shows acquired and releases it when it shows
-  // another or is destroyed. Invalidates the whole view.
+  // another or is destroyed. Invalidates the whole view. Throws (a
+  // ModelError), changing nothing, when the page's boxes cannot be read.
   bool goToPage(int n);
   // The shown page (owned by the model; valid while shown).
   model::Page &page() const { return *page_; }

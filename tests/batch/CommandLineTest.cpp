@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <vector>
 
 using namespace folio::batch;
@@ -286,4 +287,50 @@ TEST(BatchCommandLine, RedrawStatsRefusedOutsideTheViewer)
   EXPECT_EQ(bad({"--redraw-stats", "--run", "show-boxes"}),
             "--redraw-stats goes with the interactive viewer");
   EXPECT_EQ(bad({"--redraw-stats="}), "--redraw-stats= needs a file name");
+}
+
+TEST(BatchCommandLine, PasswordOpensTheShortcutsInputWithIt)
+{
+  Options o = ok({"--crop-bbox", "each", "--password", "pass word", "in.pdf", "-o", "out.pdf"});
+  EXPECT_EQ(o.password, "pass word");
+  EXPECT_FALSE(o.passwordFromStdin);
+  std::string script = shortcutScript(o);
+  EXPECT_NE(script.find("open in.pdf \"pass word\"\n"), std::string::npos) << script;
+  // The generated line gives the password back unchanged.
+  Script parsed;
+  ParseError e;
+  ASSERT_TRUE(parseScript(script, parsed, e)) << e.message;
+  ASSERT_FALSE(parsed.steps.empty());
+  EXPECT_EQ(parsed.steps[0].password, "pass word");
+}
+
+TEST(BatchCommandLine, PasswordDashIsReadFromTheFirstLineOfStandardInput)
+{
+  Options o = ok({"--reset-media-box", "all", "--password", "-", "in.pdf", "-o", "out.pdf"});
+  EXPECT_TRUE(o.passwordFromStdin);
+  std::istringstream in("s3cret #1\r\nsecond line\n");
+  ASSERT_TRUE(readPasswordLine(in, o));
+  EXPECT_EQ(o.password, "s3cret #1");
+  EXPECT_FALSE(o.passwordFromStdin);
+  Script parsed;
+  ParseError e;
+  ASSERT_TRUE(parseScript(shortcutScript(o), parsed, e)) << e.message;
+  EXPECT_EQ(parsed.steps[0].password, "s3cret #1");
+  std::istringstream empty("");
+  Options p = o;
+  EXPECT_FALSE(readPasswordLine(empty, p));
+}
+
+TEST(BatchCommandLine, PasswordGoesWithAShortcut)
+{
+  EXPECT_NE(bad({"--run", "show-boxes", "--password", "x"}).find("--password goes with a shortcut"),
+            std::string::npos);
+  EXPECT_NE(bad({"--crop-bbox", "each", "in.pdf", "-o", "o.pdf", "--password"}).find("needs a value"),
+            std::string::npos);
+}
+
+TEST(BatchCommandLine, HelpSaysARelativeConfigHomeIsIgnored)
+{
+  EXPECT_NE(usageText().find("a relative value is ignored"), std::string::npos);
+  EXPECT_NE(usageText().find("--password PW"), std::string::npos);
 }
