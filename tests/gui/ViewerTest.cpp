@@ -1066,6 +1066,18 @@ TEST_F(GuiViewer, ShowCroppedPagesShowsOnlyTheCropBoxAndARegionDrawnThereLandsRi
   XWindowAttributes a;
   XGetWindowAttributes(dpy, pageView, &a);
   EXPECT_NEAR(r - l + 1, a.width - 16, 2);
+  // The choice is remembered: the next start shows the cropped page.
+  key("ctrl+q");
+  ASSERT_EQ(guitest::waitFor(folio, 10000), 0);
+  folio = -1;
+  startFolio(pdf, {"XDG_CONFIG_HOME=" + config});
+  s = shotUntil([&](const guitest::Snapshot &x) {
+    int l2, t2, r2, b2;
+    return paperBounds(x, l2, t2, r2, b2) && r2 - l2 + 1 == 200;
+  });
+  ASSERT_TRUE(paperBounds(s, l, t, r, b));
+  EXPECT_EQ(r - l + 1, 200);
+  EXPECT_EQ(b - t + 1, 250);
 }
 
 // A pressed button has its shadows swapped: dark along the top-left edge,
