@@ -1,9 +1,12 @@
-// Configuration.cpp: reading the edition and the plug-in folders from the
-// config file and the environment.
+// Configuration.cpp: reading the edition, the plug-in folders and the
+// viewer's preferences from the config file and the environment; storing
+// the preferences back.
 #include "Configuration.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -43,6 +46,18 @@ std::string folderOf(const std::string &path)
   if (slash == std::string::npos)
     return ".";
   return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// Makes `folder` and its missing parents; true when it exists afterwards.
+bool makeFolders(const std::string &folder)
+{
+  struct stat st {};
+  if (::stat(folder.c_str(), &st) == 0)
+    return S_ISDIR(st.st_mode);
+  std::string parent = folderOf(folder);
+  if (parent != folder && !makeFolders(parent))
+    return false;
+  return ::mkdir(folder.c_str(), 0755) == 0 || errno == EEXIST;
 }
 
 bool isPreferenceKey(const std::string &key)
@@ -251,9 +266,7 @@ bool Configuration::storePreference(const std::string &key, const std::string &v
   }
   if (!replaced)
     out << key << " = " << value << "\n";
-  std::string folder = folderOf(configFile_);
-  std::string mkdir = "mkdir -p '" + folder + "'";
-  if (folder != "." && std::system(mkdir.c_str()) != 0)
+  if (!makeFolders(folderOf(configFile_)))
     return false;
   std::string temp = configFile_ + ".new";
   {

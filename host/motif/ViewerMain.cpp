@@ -113,6 +113,7 @@ std::vector<std::string> Viewer::fallbackResources()
       "*TipShell*background: #ffffe0",
       "*background: #d8d8d8",
       "*toolbar*selectColor: #a8b8d0",
+      "*Units*selectColor: #2a5db0", // the chosen unit's diamond stands out
       "*area.background: #808080",
   };
 }

@@ -748,6 +748,16 @@ TEST_F(GuiViewer, SaveAsRetitlesTheWindowAndLaterSavesGoToTheNewFile)
   std::string pdf = makePdf("two.pdf", {"--pages", "2", "--rect", "150,150,450,650"});
   startFolio(pdf);
   ASSERT_NE(window("two.pdf - Folio"), 0u);
+  // The Window menu's one item is as wide as its label, the file's name.
+  auto itemWidth = [&] {
+    chooseMenu({"Window"});
+    XWindowAttributes a{};
+    if (unsigned long item = window("Window:1"))
+      XGetWindowAttributes(dpy, item, &a);
+    key("Escape");
+    return a.width;
+  };
+  int before = itemWidth();
   key("ctrl+shift+s");
   ASSERT_NE(window("Save As"), 0u);
   char cwd[4096];
@@ -758,10 +768,10 @@ TEST_F(GuiViewer, SaveAsRetitlesTheWindowAndLaterSavesGoToTheNewFile)
   ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
   settle(500);
   EXPECT_NE(window("renamed.pdf - Folio"), 0u) << "the title still names the old file";
-  // The Window menu lists the document once, under its new place.
-  chooseMenu({"Window"});
-  EXPECT_NE(window("Window:1"), 0u);
-  key("Escape");
+  // The Window menu lists the document once, under its new, longer name.
+  int after = itemWidth();
+  std::printf("Window menu item %d pixels wide before Save As, %d after\n", before, after);
+  EXPECT_GT(after, before + 10) << "the Window menu still names the old file";
   // A crop, then Ctrl+S: written to the new file, the old one untouched.
   selectCropToolAndMeasure();
   drag({device(100, 700), device(400, 300)});
@@ -1067,6 +1077,18 @@ TEST_F(GuiViewer, ShowCroppedPagesShowsOnlyTheCropBoxAndARegionDrawnThereLandsRi
   XWindowAttributes a;
   XGetWindowAttributes(dpy, pageView, &a);
   EXPECT_NEAR(r - l + 1, a.width - 16, 2);
+  // The choice is remembered: the next start shows the cropped page.
+  key("ctrl+q");
+  ASSERT_EQ(guitest::waitFor(folio, 10000), 0);
+  folio = -1;
+  startFolio(pdf, {"XDG_CONFIG_HOME=" + config});
+  s = shotUntil([&](const guitest::Snapshot &x) {
+    int l2, t2, r2, b2;
+    return paperBounds(x, l2, t2, r2, b2) && r2 - l2 + 1 == 200;
+  });
+  ASSERT_TRUE(paperBounds(s, l, t, r, b));
+  EXPECT_EQ(r - l + 1, 200);
+  EXPECT_EQ(b - t + 1, 250);
 }
 
 // A pressed button has its shadows swapped: dark along the top-left edge,
