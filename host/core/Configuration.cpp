@@ -2,6 +2,7 @@
 // config file and the environment.
 #include "Configuration.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -60,6 +61,53 @@ std::optional<Edition> parseEdition(const std::string &text)
   return std::nullopt;
 }
 
+std::optional<double> parseBBoxMargin(const std::string &text)
+{
+  if (text.empty() || text.size() > 32)
+    return std::nullopt;
+  for (char c : text)
+    if (!((c >= '0' && c <= '9') || c == '.'))
+      return std::nullopt;
+  char *end = nullptr;
+  double v = std::strtod(text.c_str(), &end);
+  if (end == text.c_str() || *end != '\0' || !(v >= 0) || v > kMaxBBoxMargin)
+    return std::nullopt;
+  return v;
+}
+
+bool Configuration::store(const std::string &key, const std::string &value)
+{
+  if (configFile_.empty())
+    return false;
+  std::vector<std::string> lines;
+  bool replaced = false;
+  {
+    std::ifstream in(configFile_);
+    std::string line;
+    while (std::getline(in, line)) {
+      std::string text = trim(line);
+      auto eq = text.find('=');
+      if (!text.empty() && text[0] != '#' && eq != std::string::npos && trim(text.substr(0, eq)) == key) {
+        if (replaced)
+          continue; // one line a key
+        line = key + " = " + value;
+        replaced = true;
+      }
+      lines.push_back(line);
+    }
+  }
+  if (!replaced)
+    lines.push_back(key + " = " + value);
+  // Make the folders of the file when missing.
+  for (size_t at = configFile_.find('/', 1); at != std::string::npos; at = configFile_.find('/', at + 1))
+    ::mkdir(configFile_.substr(0, at).c_str(), 0755);
+  std::ofstream out(configFile_, std::ios::trunc);
+  for (const std::string &l : lines)
+    out << l << "\n";
+  out.flush();
+  return static_cast<bool>(out);
+}
+
 std::vector<std::string> splitPathList(const std::string &list)
 {
   std::vector<std::string> items;
@@ -114,8 +162,10 @@ Configuration::Configuration(const ConfigInputs &inputs)
 {
   if (inputs.executableDir && !inputs.executableDir->empty())
     defaultFolder_ = *inputs.executableDir + "/plug_ins";
-  if (inputs.configFile)
+  if (inputs.configFile) {
+    configFile_ = *inputs.configFile;
     readFile(*inputs.configFile);
+  }
   if (inputs.edition) {
     if (auto e = parseEdition(*inputs.edition))
       edition_ = *e;
@@ -152,6 +202,12 @@ void Configuration::readFile(const std::string &path)
         edition_ = *e;
       else
         warnings_.push_back(where + ": unknown edition \"" + value + "\" (ignored)");
+    } else if (key == "bbox-margin") {
+      if (auto m = parseBBoxMargin(value))
+        bboxMargin_ = *m;
+      else
+        warnings_.push_back(where + ": bbox-margin takes points from 0 to 1000, not \"" + value +
+                            "\" (ignored)");
     } else if (key == "plugin-path") {
       // Relative entries are relative to the file's own folder.
       for (auto &item : splitPathList(value))

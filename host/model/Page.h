@@ -11,6 +11,7 @@
 // Not thread-safe: a document and its pages are used from one thread.
 #pragma once
 
+#include "CropHistory.h"
 #include "PageRaster.h"
 #include "folio/FolioTypes.h"
 
@@ -38,7 +39,8 @@ public:
 
   // Writes /CropBox on the page object itself exactly as given (no clipping,
   // no normalisation, an all-zero box included). Does not notify: callers
-  // follow it with notifyContentsDidChange, as the plug-in does.
+  // follow it with notifyContentsDidChange, as the plug-in does. The change
+  // is recorded in the document's history (CropHistory.h).
   void setCropBox(const FixedRect &cropBox);
 
   // The box the page shows: the crop box clipped to the media box. When that
@@ -79,6 +81,10 @@ public:
 private:
   friend class Document;
   friend PageImpl *&pageImplSlot(Page &page);
+  // The crop box the page object itself holds, and putting one back (no
+  // record); for the history.
+  CropState ownCropState() const;
+  void restoreCropState(const CropState &state);
   Page(Document &doc, int index);
   Document *doc_;
   int index_;
