@@ -819,3 +819,28 @@ TEST_F(GuiViewer, UndoAndRedoACropWithTheKeysAndTheEditMenu)
   EXPECT_NEAR(boxes[0][3], 700, 1.0);
   EXPECT_EQ(boxes[1], media);
 }
+
+TEST_F(GuiViewer, PreferencesSetTheBoundingBoxMarginAndKeepItInTheConfigFile)
+{
+  std::string pdf = makePdf("one.pdf", {"--pages", "1", "--rect", "100,100,300,300"});
+  startFolio(pdf, {"XDG_CONFIG_HOME=" + dir});
+  chooseMenu({"View", "Preferences"});
+  ASSERT_NE(window("Preferences"), 0u);
+  // The field holds the margin now in use (0): replace it.
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "End", "BackSpace", "BackSpace", "BackSpace", "type", "10"}),
+            0);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
+  settle();
+  EXPECT_NE(readFile(dir + "/folio/folio.conf").find("bbox-margin = 10\n"), std::string::npos);
+
+  chooseMenu({"Extensions", "QUIL:Page Shear", "QUIL:PageShearBBox"});
+  key("ctrl+s");
+  const Box media{0, 0, 612, 792};
+  std::vector<Box> boxes =
+      boxesUntil(pdf, [&](const std::vector<Box> &b) { return b.size() == 1 && b[0] != media; });
+  ASSERT_EQ(boxes.size(), 1u);
+  EXPECT_NEAR(boxes[0][0], 90, 0.25);
+  EXPECT_NEAR(boxes[0][1], 90, 0.25);
+  EXPECT_NEAR(boxes[0][2], 310, 0.25);
+  EXPECT_NEAR(boxes[0][3], 310, 0.25);
+}
