@@ -83,6 +83,93 @@ void CropHistory::flush()
     commit(pendingLabel_.empty() ? std::string(kDefaultLabel) : pendingLabel_);
 }
 
+namespace {
+
+// The step's byte stream. Numbers are unsigned variable-length (7 bits a
+// byte, low first); signed ones zigzag-coded first. Each run:
+//   gap (first page - end of the run before), count,
+//   before box, after box
+// and each box: 0 (no box of its own), 1 (the same as the last box written
+// in its place, before or after, in this stream), or 2 and its four edges
+// as differences from that box.
+class Writer {
+public:
+  explicit Writer(std::vector<std::uint8_t> &out) : out_(out) {}
+  void number(std::uint64_t v)
+  {
+    while (v >= 0x80) {
+      out_.push_back(static_cast<std::uint8_t>(v | 0x80));
+      v >>= 7;
+    }
+    out_.push_back(static_cast<std::uint8_t>(v));
+  }
+  void box(const CropState &s, int place)
+  {
+    FixedRect &last_ = last[place];
+    if (!s.own) {
+      out_.push_back(0);
+      return;
+    }
+    if (sameBox(s.box, last_)) {
+      out_.push_back(1);
+      return;
+    }
+    out_.push_back(2);
+    for (auto [now, was] : {std::pair{s.box.left, last_.left}, std::pair{s.box.bottom, last_.bottom},
+                            std::pair{s.box.right, last_.right}, std::pair{s.box.top, last_.top}}) {
+      std::int64_t d = static_cast<std::int64_t>(now) - was;
+      number(d < 0 ? ((static_cast<std::uint64_t>(-(d + 1))) << 1) | 1 : static_cast<std::uint64_t>(d) << 1);
+    }
+    last_ = s.box;
+  }
+
+private:
+  std::vector<std::uint8_t> &out_;
+  FixedRect last[2]{};
+};
+
+class Reader {
+public:
+  explicit Reader(const std::vector<std::uint8_t> &in) : in_(in) {}
+  bool done() const { return at_ >= in_.size(); }
+  std::uint64_t number()
+  {
+    std::uint64_t v = 0;
+    for (int shift = 0; at_ < in_.size() && shift < 64; shift += 7) {
+      std::uint8_t b = in_[at_++];
+      v |= static_cast<std::uint64_t>(b & 0x7f) << shift;
+      if (!(b & 0x80))
+        break;
+    }
+    return v;
+  }
+  CropState box(int place)
+  {
+    FixedRect &last_ = last[place];
+    CropState s;
+    std::uint8_t tag = at_ < in_.size() ? in_[at_++] : 0;
+    if (tag == 0)
+      return s;
+    if (tag == 2) {
+      for (Fixed *edge : {&last_.left, &last_.bottom, &last_.right, &last_.top}) {
+        std::uint64_t z = number();
+        std::int64_t d = (z & 1) ? -static_cast<std::int64_t>(z >> 1) - 1 : static_cast<std::int64_t>(z >> 1);
+        *edge = static_cast<Fixed>(static_cast<std::int64_t>(*edge) + d);
+      }
+    }
+    s.own = true;
+    s.box = last_;
+    return s;
+  }
+
+private:
+  const std::vector<std::uint8_t> &in_;
+  size_t at_ = 0;
+  FixedRect last[2]{};
+};
+
+} // namespace
+
 void CropHistory::commit(const std::string &label)
 {
   // One change a page: the box before the first write and after the last.
@@ -90,57 +177,45 @@ void CropHistory::commit(const std::string &label)
                    [](const CropChange &x, const CropChange &y) { return x.page < y.page; });
   Step step;
   step.label = label.empty() ? kDefaultLabel : label;
+  Writer out(step.data);
+  std::int64_t end = 0; // the page after the last run written
+  bool open = false;
+  CropChange run; // the run being gathered: first page, before, after
+  std::int64_t count = 0;
+  auto writeRun = [&] {
+    if (!open)
+      return;
+    out.number(static_cast<std::uint64_t>(run.page - end));
+    out.number(static_cast<std::uint64_t>(count));
+    out.box(run.before, 0);
+    out.box(run.after, 1);
+    end = run.page + count;
+  };
   for (size_t i = 0; i < pending_.size();) {
     size_t j = i;
     while (j + 1 < pending_.size() && pending_[j + 1].page == pending_[i].page)
       ++j;
-    const CropState &before = pending_[i].before, &after = pending_[j].after;
-    auto page = static_cast<std::uint32_t>(pending_[i].page);
+    CropChange c{pending_[i].page, pending_[i].before, pending_[j].after};
     i = j + 1;
-    if (before == after)
+    if (c.before == c.after)
       continue; // written and put back (a cancelled run)
-    std::uint32_t b = boxId(before), f = boxId(after);
-    if (!step.runs.empty()) {
-      Run &last = step.runs.back();
-      if (last.first + last.count == page && last.before == b && last.after == f) {
-        ++last.count;
-        continue;
-      }
+    if (open && run.page + count == c.page && run.before == c.before && run.after == c.after) {
+      ++count;
+      continue;
     }
-    step.runs.push_back(Run{page, 1, b, f});
+    writeRun();
+    run = c;
+    count = 1;
+    open = true;
   }
+  writeRun();
   pending_.clear();
   pending_.shrink_to_fit();
   pendingLabel_.clear();
-  if (step.runs.empty())
+  if (step.data.empty())
     return;
-  step.runs.shrink_to_fit();
-  boxes_.shrink_to_fit();
+  step.data.shrink_to_fit();
   undo_.push_back(std::move(step));
-}
-
-std::uint32_t CropHistory::boxId(const CropState &state)
-{
-  if (!state.own)
-    return 0;
-  // Boxes repeat in a row (the same media box, the same region): look back a
-  // little before adding one.
-  size_t n = boxes_.size();
-  for (size_t k = 0; k < 4 && k < n; ++k)
-    if (sameBox(boxes_[n - 1 - k], state.box))
-      return static_cast<std::uint32_t>(n - k);
-  boxes_.push_back(state.box);
-  return static_cast<std::uint32_t>(boxes_.size());
-}
-
-CropState CropHistory::stateOf(std::uint32_t id) const
-{
-  CropState s;
-  if (id == 0 || id > boxes_.size())
-    return s;
-  s.own = true;
-  s.box = boxes_[id - 1];
-  return s;
 }
 
 bool CropHistory::canUndo()
@@ -176,15 +251,21 @@ bool CropHistory::take(std::vector<Step> &from, std::vector<Step> &to, std::vect
     return false;
   Step step = std::move(from.back());
   from.pop_back();
-  for (const Run &r : step.runs) {
-    CropState before = stateOf(r.before), after = stateOf(r.after);
-    for (std::uint32_t k = 0; k < r.count; ++k) {
+  Reader in(step.data);
+  std::int64_t page = 0;
+  while (!in.done()) {
+    page += static_cast<std::int64_t>(in.number());
+    std::int64_t count = static_cast<std::int64_t>(in.number());
+    CropState before = in.box(0);
+    CropState after = in.box(1);
+    for (std::int64_t k = 0; k < count; ++k) {
       CropChange c;
-      c.page = static_cast<int>(r.first + k);
+      c.page = static_cast<int>(page + k);
       c.before = undo ? after : before;
       c.after = undo ? before : after;
       changes.push_back(c);
     }
+    page += count;
   }
   label = step.label;
   to.push_back(std::move(step));
@@ -205,8 +286,6 @@ void CropHistory::clear()
 {
   undo_.clear();
   redo_.clear();
-  boxes_.clear();
-  boxes_.shrink_to_fit();
   pending_.clear();
   pendingLabel_.clear();
 }
@@ -229,9 +308,8 @@ size_t CropHistory::memoryBytes() const
   for (const auto *side : {&undo_, &redo_}) {
     bytes += side->capacity() * sizeof(Step);
     for (const Step &s : *side)
-      bytes += s.runs.capacity() * sizeof(Run) + (s.label.capacity() > 15 ? s.label.capacity() + 1 : 0);
+      bytes += s.data.capacity() + (s.label.capacity() > 15 ? s.label.capacity() + 1 : 0);
   }
-  bytes += boxes_.capacity() * sizeof(FixedRect);
   bytes += pending_.capacity() * sizeof(CropChange);
   return bytes;
 }

@@ -9,13 +9,15 @@
 // which put the boxes back through the page and notify, so views redraw and
 // the document becomes modified.
 //
-// Memory: only pages whose box really changed are kept; a step keeps, per run
-// of consecutive pages with the same before and after boxes, 16 bytes, and
-// each distinct box 16 bytes (boxes repeated in a row are stored once). A
-// region applied to all pages of a 100,000-page document of one size costs a
-// few dozen bytes; a crop of every page to its own bounding box about 32 bytes
-// a page. While an action runs, its changes are kept as they come (40 bytes a
-// write) and folded into the step when it ends.
+// Memory: only pages whose box really changed are kept. A step is one byte
+// stream of runs of consecutive pages with the same before and after boxes:
+// the gap to the run and its length as variable-length numbers, then each
+// box as the difference from the box before it in the stream (a box equal
+// to that one is a single byte). A region applied to all pages of a
+// 100,000-page document of one size costs a few dozen bytes; a crop of
+// every page to its own bounding box a dozen or two bytes a page. While an
+// action runs, its changes are kept as they come (40 bytes a write) and
+// folded into the step when it ends.
 //
 // Not thread-safe: the user-interface thread only (the action state is
 // process-wide, as user actions are).
@@ -109,22 +111,16 @@ public:
   size_t memoryBytes() const;
 
 private:
-  struct Run {
-    std::uint32_t first, count, before, after; // box ids; 0 = no own box
-  };
   struct Step {
     std::string label;
-    std::vector<Run> runs;
+    std::vector<std::uint8_t> data; // the runs, encoded (see CropHistory.cpp)
   };
   void flush(); // folds the pending changes into a step once their action ended
   void commit(const std::string &label);
-  std::uint32_t boxId(const CropState &state);
-  CropState stateOf(std::uint32_t id) const;
   bool take(std::vector<Step> &from, std::vector<Step> &to, std::vector<CropChange> &changes,
             std::string &label, bool undo);
 
   std::vector<Step> undo_, redo_;
-  std::vector<FixedRect> boxes_; // id n is boxes_[n - 1]
   std::vector<CropChange> pending_;
   std::string pendingLabel_;
   std::uint64_t pendingAction_ = 0;

@@ -152,7 +152,7 @@ TEST(CropHistory, ARegionOnManyPagesIsStoredInAFewBytes)
   EXPECT_EQ(changes[99999].after, own(0, 0, 612, 792));
 }
 
-TEST(CropHistory, DistinctBoxesCostAFewDozenBytesAPage)
+TEST(CropHistory, DistinctBoxesCostADozenOrTwoBytesAPage)
 {
   CropHistory h;
   const size_t empty = h.memoryBytes();
@@ -162,7 +162,61 @@ TEST(CropHistory, DistinctBoxesCostAFewDozenBytesAPage)
       h.record(i, CropState{}, own(i % 97, 10, 500, 700 - i % 89));
   }
   ASSERT_TRUE(h.canUndo());
-  EXPECT_LE(h.memoryBytes() - empty, 10000u * 40u);
+  EXPECT_LE(h.memoryBytes() - empty, 10000u * 20u);
+}
+
+TEST(CropHistory, EveryBoxComesBackExactly)
+{
+  // Boxes of every kind: negative and huge edges, fractions of 1/65536,
+  // pages without a box of their own, gaps between pages, repeats.
+  std::vector<CropChange> want;
+  unsigned seed = 12345;
+  auto next = [&] {
+    seed = seed * 1103515245u + 12345u;
+    return static_cast<int>(seed >> 1);
+  };
+  int page = 0;
+  for (int i = 0; i < 3000; ++i) {
+    page += 1 + (next() % 4 == 0 ? next() % 1000 : 0);
+    CropChange c;
+    c.page = page;
+    c.before.own = next() % 5 != 0;
+    c.after.own = next() % 7 != 0;
+    for (CropState *st : {&c.before, &c.after})
+      if (st->own)
+        st->box = FixedRect{next() - (1 << 30), next(), next() % 3 == 0 ? INT32_MIN : next(),
+                            next() % 3 == 0 ? INT32_MAX : -next()};
+    if (i % 10 == 3 && !want.empty()) { // the same boxes as the page before
+      c.before = want.back().before;
+      c.after = want.back().after;
+    }
+    if (c.before == c.after)
+      c.after = CropState{true, FixedRect{1, 2, 3, 4}};
+    if (c.before == c.after)
+      c.after = CropState{};
+    want.push_back(c);
+  }
+  CropHistory h;
+  {
+    CropHistory::Action a("Crop");
+    for (const CropChange &c : want)
+      h.record(c.page, c.before, c.after);
+  }
+  std::vector<CropChange> got;
+  std::string label;
+  ASSERT_TRUE(h.takeUndo(got, label));
+  ASSERT_EQ(got.size(), want.size());
+  for (size_t i = 0; i < want.size(); ++i) {
+    EXPECT_EQ(got[i].page, want[i].page) << i;
+    EXPECT_EQ(got[i].before, want[i].after) << i;
+    EXPECT_EQ(got[i].after, want[i].before) << i;
+  }
+  ASSERT_TRUE(h.takeRedo(got, label));
+  ASSERT_EQ(got.size(), want.size());
+  for (size_t i = 0; i < want.size(); ++i) {
+    EXPECT_EQ(got[i].before, want[i].before) << i;
+    EXPECT_EQ(got[i].after, want[i].after) << i;
+  }
 }
 
 class ModelHistory : public ModelTest {};
