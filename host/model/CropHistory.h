@@ -12,8 +12,8 @@
 // Memory: only pages whose box really changed are kept. A step is one byte
 // stream of runs of consecutive pages with the same before and after boxes:
 // the gap to the run and its length as variable-length numbers, then each
-// box as the difference from the box before it in the stream (a box equal
-// to that one is a single byte). A region applied to all pages of a
+// box as the difference from the box before it in its place, before or
+// after (a box equal to that one is a single byte). A region applied to all pages of a
 // 100,000-page document of one size costs a few dozen bytes; a crop of
 // every page to its own bounding box a dozen or two bytes a page. While an
 // action runs, its changes are kept as they come (40 bytes a write) and
@@ -106,7 +106,7 @@ public:
   // For tests and the memory benchmark.
   size_t undoCount();
   size_t redoCount();
-  // Bytes held by the steps, the box pool and the pending changes
+  // Bytes held by the steps and the pending changes
   // (capacities, not sizes; containers' own headers included).
   size_t memoryBytes() const;
 
