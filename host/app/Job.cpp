@@ -3,7 +3,9 @@
 
 #include <unistd.h>
 
+#include <cmath>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <sstream>
 
@@ -13,6 +15,7 @@
 #include "batch/Runner.h"
 #include "batch/Script.h"
 #include "core/Guard.h"
+#include "model/Document.h"
 
 namespace folio::app {
 
@@ -41,11 +44,66 @@ const char *shortcutFlag(batch::Shortcut s)
   return "shortcut";
 }
 
+bool sameBox(const FixedRect &a, const FixedRect &b, Fixed tolerance = 0)
+{
+  auto near = [&](Fixed x, Fixed y) { return (x > y ? x - y : y - x) <= tolerance; };
+  return near(a.left, b.left) && near(a.bottom, b.bottom) && near(a.right, b.right) && near(a.top, b.top);
+}
+
+// Why a page of a page-by-page shortcut was left as it was, when the plug-in
+// said nothing about it: what the host can tell from the page.
+std::function<std::string(model::Page &)> unchangedReason(const batch::Options &o)
+{
+  switch (o.shortcut) {
+  case batch::Shortcut::CropBBox:
+    return [](model::Page &) {
+      return std::string("its crop box is its bounding box already, or it has no marks");
+    };
+  case batch::Shortcut::ResetMediaBox:
+    return [](model::Page &) { return std::string("its crop box is its media box already"); };
+  case batch::Shortcut::CropRegion: {
+    auto fx = [](double v) { return static_cast<Fixed>(std::lround(v * 65536.0)); };
+    FixedRect region{fx(o.region[0]), fx(o.region[3]), fx(o.region[2]), fx(o.region[1])};
+    return [region](model::Page &p) {
+      if (sameBox(p.cropBox(), region, 65536 / 16))
+        return std::string("its crop box is the region already");
+      return std::string("the region could not be applied to it");
+    };
+  }
+  case batch::Shortcut::None:
+    break;
+  }
+  return nullptr;
+}
+
+// Resolves a --pages list (or odd/even) against the input's page count:
+// kExitOk, kExitRunFailed (the input does not open) or kExitUsage (the
+// selection names pages the document does not have).
+int resolvePages(batch::Options &o)
+{
+  long count = 0;
+  try {
+    model::FixedPasswordPort password(o.password);
+    count = model::Document::open(o.input, o.password.empty() ? nullptr : &password)->pageCount();
+  } catch (const std::exception &e) {
+    std::cerr << "folio: cannot open " << batch::quoteForMessage(o.input) << ": "
+              << batch::escapeControlBytes(e.what()) << std::endl;
+    return kExitRunFailed;
+  }
+  std::string why;
+  if (!batch::selectedPages(o.selection, count, o.pageList, why)) {
+    std::cerr << "folio: " << why << std::endl;
+    return kExitUsage;
+  }
+  return kExitOk;
+}
+
 int runBatch(const batch::Options &o, const batch::Script &script, const std::string &name)
 {
   SessionOptions so;
   so.readOnly = o.readOnly;
   so.pluginDirs = o.pluginDirs;
+  so.bboxMargin = o.bboxMargin;
   std::unique_ptr<Session> session;
   try {
     session = std::make_unique<Session>(so);
@@ -57,6 +115,8 @@ int runBatch(const batch::Options &o, const batch::Script &script, const std::st
   {
     batch::Runner runner(session->app(), std::cout, std::cerr, name, isatty(STDERR_FILENO) == 1);
     batch::Runner::installInterruptHandler();
+    if (batch::runsPageByPage(o))
+      runner.reportUnchanged(o.pageList, unchangedReason(o));
     session->loadPlugins(std::cerr);
     code = runner.run(script) == 0 ? kExitOk : kExitRunFailed;
     std::cout.flush();
@@ -102,6 +162,7 @@ int Job::runUnguarded()
     SessionOptions so;
     so.readOnly = o.readOnly;
     so.pluginDirs = o.pluginDirs;
+    so.bboxMargin = o.bboxMargin;
     so.fallbackResources = viewerFallbackResources();
     try {
       Session session(so);
@@ -132,6 +193,11 @@ int Job::runUnguarded()
     if (o.passwordFromStdin && !batch::readPasswordLine(std::cin, o)) {
       std::cerr << "folio: --password -: no password on standard input" << std::endl;
       return kExitRunFailed;
+    }
+    if (batch::runsPageByPage(o)) {
+      int code = resolvePages(o);
+      if (code != kExitOk)
+        return code;
     }
     text = batch::shortcutScript(o);
     if (o.printScript) {

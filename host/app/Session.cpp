@@ -18,6 +18,7 @@
 #include "folio/ObjHFT.h"
 #include "folio/PDModelHFT.h"
 #include "folio/UnixHFT.h"
+#include "model/BBoxMargin.h"
 #include "platform/XSession.h"
 #include "view/Application.h"
 
@@ -30,6 +31,9 @@ Session::Session(const SessionOptions &options)
     config.setEdition(Edition::ReadOnly);
   for (const std::string &dir : options.pluginDirs)
     config.addPluginSource(dir, SourceOrigin::CommandLine);
+  if (options.bboxMargin)
+    config.setBBoxMargin(*options.bboxMargin);
+  model::setBBoxMargin(config.bboxMargin());
 
   platform::XSession::Options xo;
   xo.mapped = options.mapped;

@@ -11,6 +11,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -33,6 +34,7 @@ struct SessionOptions {
   bool readOnly = false;               // the edition that cannot edit
   std::vector<std::string> pluginDirs; // extra plug-in folders, after the configured ones
   bool mapped = false;                 // interactive: map the shell
+  std::optional<double> bboxMargin;    // --bbox-margin: beats the config file
   std::vector<std::string> fallbackResources;
 };
 

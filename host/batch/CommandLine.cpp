@@ -2,7 +2,9 @@
 #include "CommandLine.h"
 
 #include "Script.h"
+#include "core/Configuration.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -63,9 +65,9 @@ std::string usageText()
   return "usage: folio [OPTIONS] [FILE.pdf]\n"
          "       folio [OPTIONS] --batch SCRIPT|-\n"
          "       folio [OPTIONS] --run \"LINE; LINE...\"\n"
-         "       folio [OPTIONS] --crop-bbox each|biggest|current IN.pdf -o OUT.pdf\n"
-         "       folio [OPTIONS] --crop-region \"L B R T\" [--pages all|current] IN.pdf -o OUT.pdf\n"
-         "       folio [OPTIONS] --reset-media-box all|current IN.pdf -o OUT.pdf\n"
+         "       folio [OPTIONS] --crop-bbox each|biggest|current [--pages SEL] IN.pdf -o OUT.pdf\n"
+         "       folio [OPTIONS] --crop-region \"L B R T\" [--pages SEL] IN.pdf -o OUT.pdf\n"
+         "       folio [OPTIONS] --reset-media-box all|current [--pages SEL] IN.pdf -o OUT.pdf\n"
          "\n"
          "Without --batch, --run or a shortcut, folio opens the interactive viewer.\n"
          "\n"
@@ -74,6 +76,8 @@ std::string usageText()
          "  --run \"LINES\"       run actions given inline, separated by ';'\n"
          "  --read-only         run the read-only edition (documents cannot be edited)\n"
          "  --plugins DIR       also load the plug-ins in DIR (may be repeated)\n"
+         "  --bbox-margin POINTS  widen every page's bounding box by POINTS on each side\n"
+         "                      (0 to 1000; default the config file's bbox-margin, or 0)\n"
          "  --redraw-stats[=FILE]  viewer: print redraw and page-change times at exit\n"
          "                      (median, 95th percentile) to standard error or FILE\n"
          "  -h, --help          show this help\n"
@@ -83,7 +87,9 @@ std::string usageText()
          "                          pages to the union of all (biggest), or the current page\n"
          "  --crop-region \"L B R T\" crop to a region given in points in the space of the\n"
          "                          current page (left bottom right top)\n"
-         "  --pages all|current     which pages a region crop applies to (default all)\n"
+         "  --pages SEL             the pages a shortcut applies to: all (default), current,\n"
+         "                          odd, even, or pages and ranges such as 1-4,7,10- (done\n"
+         "                          page by page, as a user would, with \"Current\")\n"
          "  --reset-media-box MODE  reset all pages or the current page to the media box\n"
          "  --page N                the current page, counted from 1 (default 1)\n"
          "  --orientation skip|crop how to answer \"Some pages do not have same orientation\"\n"
@@ -96,7 +102,8 @@ std::string usageText()
          "\n"
          "Script lines: open PATH [PASSWORD] | page N | zoom PERCENT | menu NAME | button NAME |\n"
          "  drag X1 Y1 X2 Y2 [ctrl|shift|alt...] | click X Y [MODS] | answer LABEL[|LABEL...] |\n"
-         "  confirm yes|no | cancel-at N | save [PATH] | revert | snapshot PATH.png | show-boxes\n"
+         "  confirm yes|no | cancel-at N | save [PATH] | revert | undo | redo |\n"
+         "  snapshot PATH.png | show-boxes\n"
          "  Points are in the current page's space (PDF points, y upwards); '#' starts a comment.\n"
          "\n"
          "Configuration: $XDG_CONFIG_HOME/folio/folio.conf, or ~/.config/folio/folio.conf when\n"
@@ -149,6 +156,14 @@ bool parseCommandLine(int argc, const char *const *argv, Options &options, std::
         if (o.redrawStatsPath.empty())
           return fail(error, "--redraw-stats= needs a file name");
       }
+    } else if (a == "--bbox-margin") {
+      std::string v;
+      if (!value(v))
+        return false;
+      auto m = parseBBoxMargin(v);
+      if (!m)
+        return fail(error, "--bbox-margin takes points from 0 to 1000, not \"" + v + "\"");
+      o.bboxMargin = *m;
     } else if (a == "--read-only") {
       o.readOnly = true;
     } else if (a == "--plugins") {
@@ -186,8 +201,9 @@ bool parseCommandLine(int argc, const char *const *argv, Options &options, std::
     } else if (a == "--pages") {
       if (!value(pages))
         return false;
-      if (pages != "all" && pages != "current")
-        return fail(error, "--pages takes all or current, not \"" + pages + "\"");
+      std::string why;
+      if (!parsePageSelection(pages, o.selection, why))
+        return fail(error, why);
     } else if (a == "--page") {
       std::string v;
       if (!value(v))
@@ -238,8 +254,25 @@ bool parseCommandLine(int argc, const char *const *argv, Options &options, std::
     if (passwordGiven)
       return fail(error, "--password goes with a shortcut (a script gives it as \"open FILE PASSWORD\")");
   }
-  if (!pages.empty() && o.shortcut != Shortcut::CropRegion)
-    return fail(error, "--pages goes with --crop-region (the other shortcuts name their pages)");
+  // The shortcut's own word and --pages must agree.
+  using Kind = PageSelection::Kind;
+  const Kind sel = o.selection.kind;
+  if (!pages.empty() && o.shortcut == Shortcut::CropBBox) {
+    if (o.variant == "biggest" && sel != Kind::All)
+      return fail(error, "--crop-bbox biggest crops all pages to the biggest bounding box; it does not take "
+                         "--pages " +
+                             pages);
+    if (o.variant == "current" && sel != Kind::Current)
+      return fail(error, "--crop-bbox current and --pages " + pages + " disagree");
+    if (sel == Kind::Current)
+      o.variant = "current";
+  }
+  if (!pages.empty() && o.shortcut == Shortcut::ResetMediaBox) {
+    if (o.variant == "current" && sel != Kind::Current)
+      return fail(error, "--reset-media-box current and --pages " + pages + " disagree");
+    if (sel == Kind::Current)
+      o.variant = "current";
+  }
   if (!o.orientation.empty() && o.shortcut != Shortcut::CropRegion)
     return fail(error, "--orientation goes with --crop-region");
 
@@ -267,7 +300,7 @@ bool parseCommandLine(int argc, const char *const *argv, Options &options, std::
     if (o.output.empty())
       return fail(error, "the shortcut needs -o OUT.pdf (give the input's own path to overwrite it)");
     if (o.shortcut == Shortcut::CropRegion)
-      o.variant = pages.empty() ? "all" : pages;
+      o.variant = sel == Kind::Current ? "current" : "all";
     break;
   case Mode::Help:
     break;
@@ -310,6 +343,105 @@ bool readPasswordLine(std::istream &in, Options &options)
   return true;
 }
 
+namespace {
+
+bool toPage(const std::string &t, long &n)
+{
+  if (t.empty() || t.size() > 9)
+    return false;
+  for (char c : t)
+    if (c < '0' || c > '9')
+      return false;
+  n = std::strtol(t.c_str(), nullptr, 10);
+  return n >= 1;
+}
+
+} // namespace
+
+bool parsePageSelection(const std::string &text, PageSelection &selection, std::string &error)
+{
+  PageSelection out;
+  out.text = text;
+  using Kind = PageSelection::Kind;
+  if (text == "all" || text == "current" || text == "odd" || text == "even") {
+    out.kind = text == "all"       ? Kind::All
+               : text == "current" ? Kind::Current
+               : text == "odd"     ? Kind::Odd
+                                   : Kind::Even;
+    selection = out;
+    return true;
+  }
+  auto bad = [&](const std::string &why) {
+    return fail(error, "--pages takes all, current, odd, even or pages and ranges counted from 1 such as "
+                       "1-4,7,10- (" +
+                           why + "), not \"" + text + "\"");
+  };
+  if (text.empty())
+    return bad("nothing given");
+  out.kind = Kind::List;
+  size_t start = 0;
+  while (start <= text.size()) {
+    size_t comma = text.find(',', start);
+    std::string item = text.substr(start, comma == std::string::npos ? std::string::npos : comma - start);
+    if (item.empty())
+      return bad("an empty item");
+    size_t dash = item.find('-');
+    long first = 0, last = 0;
+    if (dash == std::string::npos) {
+      if (!toPage(item, first))
+        return bad("\"" + item + "\" is not a page number");
+      last = first;
+    } else {
+      if (!toPage(item.substr(0, dash), first))
+        return bad("\"" + item + "\" does not start with a page number");
+      std::string rest = item.substr(dash + 1);
+      if (!rest.empty() && !toPage(rest, last))
+        return bad("\"" + item + "\" does not end with a page number");
+      if (!rest.empty() && last < first)
+        return bad("the range " + item + " runs backwards");
+    }
+    out.ranges.emplace_back(first, last);
+    if (comma == std::string::npos)
+      break;
+    start = comma + 1;
+  }
+  selection = out;
+  return true;
+}
+
+bool selectedPages(const PageSelection &selection, long pageCount, std::vector<long> &pages,
+                   std::string &error)
+{
+  using Kind = PageSelection::Kind;
+  std::vector<bool> chosen(static_cast<size_t>(std::max(pageCount, 0L)) + 1, false);
+  for (long n = 1; n <= pageCount; ++n)
+    chosen[n] = selection.kind == Kind::All || (selection.kind == Kind::Odd && n % 2 == 1) ||
+                (selection.kind == Kind::Even && n % 2 == 0);
+  const std::string count = std::to_string(pageCount) + (pageCount == 1 ? " page" : " pages");
+  for (const auto &[first, last] : selection.ranges) {
+    long end = last == 0 ? pageCount : last;
+    if (first > pageCount || end > pageCount)
+      return fail(error, "--pages " + selection.text + ": page " + std::to_string(std::max(first, end)) +
+                             " is past the end (the document has " + count + ")");
+    for (long n = first; n <= end; ++n)
+      chosen[n] = true;
+  }
+  pages.clear();
+  for (long n = 1; n <= pageCount; ++n)
+    if (chosen[n])
+      pages.push_back(n);
+  if (pages.empty())
+    return fail(error, "--pages " + selection.text + " selects no page (the document has " + count + ")");
+  return true;
+}
+
+bool runsPageByPage(const Options &o)
+{
+  using Kind = PageSelection::Kind;
+  const Kind k = o.selection.kind;
+  return o.mode == Mode::Shortcut && (k == Kind::List || k == Kind::Odd || k == Kind::Even);
+}
+
 std::string shortcutScript(const Options &o)
 {
   std::ostringstream s;
@@ -318,6 +450,42 @@ std::string shortcutScript(const Options &o)
   if (!o.password.empty())
     s << " " << quoteWord(o.password);
   s << "\n";
+  if (runsPageByPage(o)) {
+    // Page by page, as a user does it: go to the page, apply to "Current".
+    const double l = o.region[0], b = o.region[1], r = o.region[2], t = o.region[3];
+    if (o.shortcut == Shortcut::CropRegion)
+      s << "button QUIL:PageShear\n";
+    bool first = true;
+    for (long n : o.pageList) {
+      s << "page " << n << "\n";
+      switch (o.shortcut) {
+      case Shortcut::CropBBox:
+        s << "answer Current\nmenu QUIL:PageShearBBox\n";
+        break;
+      case Shortcut::ResetMediaBox:
+        s << "answer Current\nmenu QUIL:PageShearMediaBox\n";
+        break;
+      case Shortcut::CropRegion:
+        // A region the plug-in refused on the page before stays on screen:
+        // a click well outside it drops it (with none, it does nothing).
+        if (!first)
+          s << "click " << number(l - 24) << " " << number(b - 24) << "\n";
+        s << "drag " << number(l) << " " << number(t) << " " << number(r) << " " << number(b) << "\n";
+        s << "answer Current\n";
+        if (o.orientation == "skip")
+          s << "answer Skip\n";
+        else if (o.orientation == "crop")
+          s << "answer Crop\n";
+        s << "click " << number((l + r) / 2) << " " << number((b + t) / 2) << "\n";
+        break;
+      case Shortcut::None:
+        break;
+      }
+      first = false;
+    }
+    s << "save " << quoteWord(o.output) << "\n";
+    return s.str();
+  }
   s << "page " << o.page << "\n";
   switch (o.shortcut) {
   case Shortcut::CropBBox:

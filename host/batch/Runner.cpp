@@ -1,6 +1,7 @@
 // Runner.cpp: the batch front end's replay of a script (see Runner.h).
 #include "Runner.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <csignal>
@@ -9,6 +10,7 @@
 
 #include "core/Guard.h"
 #include "model/Budget.h"
+#include "model/CropHistory.h"
 #include "model/ModelError.h"
 #include "view/StatusText.h"
 
@@ -144,7 +146,38 @@ int Runner::run(const Script &script)
   }
   if (!answers_.empty() || !confirmations_.empty())
     dropUnusedAnswers();
+  printUnchanged();
   return 0;
+}
+
+void Runner::reportUnchanged(std::vector<long> pages, std::function<std::string(model::Page &)> reason)
+{
+  watched_.clear();
+  for (long n : pages)
+    watched_[n] = Watched{};
+  unchangedReason_ = std::move(reason);
+}
+
+void Runner::printUnchanged()
+{
+  view::DocWindow *doc = app_.activeDocument();
+  if (!doc || watched_.empty())
+    return;
+  model::Document &d = doc->document();
+  for (const auto &[n, w] : watched_) {
+    if (!w.seen || n > d.pageCount())
+      continue;
+    model::Page *p = d.acquirePage(int(n - 1));
+    FixedRect now = p->cropBox();
+    if (now.left == w.crop.left && now.bottom == w.crop.bottom && now.right == w.crop.right &&
+        now.top == w.crop.top) {
+      std::string why = w.note;
+      if (why.empty())
+        why = unchangedReason_ ? unchangedReason_(*p) : std::string("nothing changed");
+      out_ << "unchanged: page " << n << ": " << why << "\n";
+    }
+    d.releasePage(p);
+  }
 }
 
 view::DocWindow *Runner::activeDoc(const Step &s)
@@ -158,6 +191,9 @@ view::DocWindow *Runner::activeDoc(const Step &s)
 bool Runner::step(const Step &s)
 {
   bool ok = true;
+  // One script command is one user action: its crop-box changes form one
+  // undo step, named by the menu item or tool that made them.
+  model::CropHistory::Action action("");
   // Whatever a step throws stops the run with a message; nothing unwinds
   // past the runner.
   auto stop = [&](const std::string &message) { error(s.line, message); };
@@ -222,6 +258,9 @@ bool Runner::perform(const Step &s)
     return snapshot(s);
   case Op::ShowBoxes:
     return showBoxes(s);
+  case Op::Undo:
+  case Op::Redo:
+    return undoRedo(s);
   }
   return true;
 }
@@ -268,6 +307,11 @@ bool Runner::goToPage(const Step &s)
   if (s.number > v.pageCount() || !v.goToPage(int(s.number - 1)))
     return error(s.line, "page " + std::to_string(s.number) + " is out of range (the document has " +
                              view::countOf(v.pageCount(), "page") + ")");
+  auto w = watched_.find(s.number);
+  if (w != watched_.end() && !w->second.seen) {
+    w->second.seen = true;
+    w->second.crop = v.page().cropBox();
+  }
   return true;
 }
 
@@ -312,12 +356,63 @@ std::string Runner::whyDisabled()
   return std::string();
 }
 
+static double exactZoom(view::PageView &v, const std::vector<std::pair<double, double>> &points)
+{
+  const double top = v.maxZoomPercent();
+  double best = top, bestError = -1;
+  auto errorAt = [&](double zoom) {
+    v.setZoomPercent(zoom);
+    double worst = 0;
+    for (const auto &[x, y] : points) {
+      double dx, dy, px, py;
+      v.pageToDevice(x, y, dx, dy);
+      v.deviceToPage(std::round(dx), std::round(dy), px, py);
+      worst = std::max({worst, std::fabs(px - x), std::fabs(py - y)});
+    }
+    return worst;
+  };
+  // The largest zoom first, then whole percents down to half of it.
+  for (double zoom = top, step = 0; zoom >= top / 2 && zoom >= v.minZoomPercent(); step += 1) {
+    double e = errorAt(zoom);
+    if (bestError < 0 || e < bestError - 1e-9) {
+      best = zoom;
+      bestError = e;
+    }
+    zoom = std::floor(top) - step;
+  }
+  return best;
+}
+
 bool Runner::pointer(const Step &s)
 {
   view::DocWindow *doc = activeDoc(s);
   if (!doc)
     return false;
   view::PageView &v = doc->pageView();
+  // Page points are meant exactly: the action runs at the zoom, between the
+  // largest one the view accepts for this page and half of it, at which the
+  // step's points come back from whole device units closest to themselves
+  // (the larger zoom on a tie). The largest zoom alone bounds the error by
+  // half a device unit (under 1/16 pt on pages up to about 700 x 700 pt);
+  // the choice among the others keeps whole-point coordinates on whole-point
+  // pages exact. The script's own zoom and scroll (snapshots) are put back
+  // afterwards; nothing is drawn at the exact zoom.
+  const double userZoom = v.zoomPercent();
+  const int userScrollX = v.scrollX(), userScrollY = v.scrollY();
+  struct ZoomBack {
+    view::PageView &v;
+    double zoom;
+    int sx, sy;
+    ~ZoomBack()
+    {
+      v.holdDrawing(false);
+      v.setZoomPercent(zoom);
+      v.setScroll(sx, sy);
+    }
+  } zoomBack{v, userZoom, userScrollX, userScrollY};
+  v.holdDrawing(true);
+  v.setScroll(0, 0);
+  v.setZoomPercent(exactZoom(v, {{s.x1, s.y1}, {s.x2, s.y2}}));
   double dx1, dy1, dx2, dy2;
   v.pageToDevice(s.x1, s.y1, dx1, dy1);
   v.pageToDevice(s.x2, s.y2, dx2, dy2);
@@ -357,6 +452,25 @@ bool Runner::save(const Step &s)
     return error(s.line, why.empty() ? std::string("the document was not saved") : why);
   out_ << "saved: " << escapeControlBytes(s.hasText ? s.text : doc->document().path()) << "\n";
   return true;
+}
+
+bool Runner::undoRedo(const Step &s)
+{
+  view::DocWindow *doc = activeDoc(s);
+  if (!doc)
+    return false;
+  const bool undo = s.op == Op::Undo;
+  const std::string label = undo ? app_.undoLabel() : app_.redoLabel();
+  if (label.empty())
+    return error(s.line, undo ? "undo: nothing to undo" : "redo: nothing to redo");
+  // Through the Edit menu's item, as a user chooses it.
+  view::MenuItem *item = app_.menuBar().findItem(undo ? "Undo" : "Redo");
+  if (item)
+    item->execute();
+  else if (!(undo ? app_.undo() : app_.redo()))
+    return error(s.line, std::string(opName(s.op)) + ": nothing was changed");
+  out_ << (undo ? "undone: " : "redone: ") << label << "\n";
+  return !failed_;
 }
 
 bool Runner::revert(const Step &s)
@@ -462,6 +576,11 @@ void Runner::note(const std::string &message)
     progShown_ = -1;
   }
   out_ << "note: " << escapeControlBytes(message) << "\n";
+  if (view::DocWindow *doc = app_.activeDocument()) {
+    auto w = watched_.find(doc->pageView().pageNumber() + 1L);
+    if (w != watched_.end())
+      w->second.note = message;
+  }
   out_.flush();
 }
 

@@ -12,6 +12,8 @@
 //   page N: media L B R T crop L B R T rotate R  show-boxes, points, one page a line
 //   opened: PATH (N pages)                       a document opened
 //   saved: PATH / snapshot: PATH / reverted: PATH  a save, snapshot or revert done
+//   undone: LABEL / redone: LABEL                 an undo or redo step taken
+//   unchanged: page N: REASON                     see reportUnchanged
 // Errors go to `err` as "folio: NAME:LINE: message". The first error stops
 // the run: later steps do not run and nothing more is saved. A question with
 // no queued answer is such an error; while it is pending the question is
@@ -27,9 +29,12 @@
 #pragma once
 
 #include <deque>
+#include <functional>
+#include <map>
 #include <memory>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "Script.h"
 #include "view/Application.h"
@@ -57,6 +62,13 @@ public:
   // True once a step failed (also from a port while a step ran).
   bool failed() const { return failed_; }
 
+  // Pages (1-based) to account for: when a run that went through ends, each
+  // of them whose crop box is what it was when the script first went to it
+  // (`page N`) gets one line "unchanged: page N: REASON": the last note the
+  // plug-in gave while that page was shown, else what `reason` says of the
+  // page as it is at the end. For the shortcuts that run page by page.
+  void reportUnchanged(std::vector<long> pages, std::function<std::string(model::Page &)> reason);
+
   // Makes the next cancel poll answer true (what Ctrl-C does). Safe to call
   // from a signal handler.
   static void requestCancelFromSignal();
@@ -76,6 +88,7 @@ private:
   bool pointer(const Step &s);
   bool save(const Step &s);
   bool revert(const Step &s);
+  bool undoRedo(const Step &s);
   bool snapshot(const Step &s);
   bool showBoxes(const Step &s);
   void dropUnusedAnswers();
@@ -142,6 +155,15 @@ private:
 
   FSInt32 progDuration_ = 0, progValue_ = 0;
   int progShown_ = -1;
+
+  struct Watched {
+    bool seen = false; // the script went to it
+    FixedRect crop{};  // its crop box then
+    std::string note;  // the last note while it was shown
+  };
+  std::map<long, Watched> watched_;
+  std::function<std::string(model::Page &)> unchangedReason_;
+  void printUnchanged();
 };
 
 // The reason given when a command is refused because the document's

@@ -22,6 +22,7 @@ constexpr OpEntry kOps[] = {
     {"confirm", Op::Confirm},   {"cancel-at", Op::CancelAt},
     {"save", Op::Save},         {"revert", Op::Revert},
     {"snapshot", Op::Snapshot}, {"show-boxes", Op::ShowBoxes},
+    {"undo", Op::Undo},         {"redo", Op::Redo},
 };
 
 std::string quoted(std::string_view s)
@@ -316,7 +317,9 @@ bool parseLine(std::string_view text, int line, Step &out, bool &hasStep, ParseE
     break;
   case Op::Revert:
   case Op::ShowBoxes:
-    if (!arity(0, 0, step.op == Op::Revert ? "revert" : "show-boxes"))
+  case Op::Undo:
+  case Op::Redo:
+    if (!arity(0, 0, opName(step.op)))
       return false;
     break;
   case Op::Snapshot:

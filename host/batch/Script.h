@@ -14,6 +14,8 @@
 //   cancel-at N              the cancel test answers true at its N-th poll
 //   save [PATH]              save in place, or to PATH
 //   revert                   throw away unsaved changes (reopen from file)
+//   undo                     take back the last crop-box change (Edit > Undo)
+//   redo                     do it again (Edit > Redo)
 //   snapshot PATH.png        write the page view's frame as a PNG
 //   show-boxes               print every page's boxes and rotation
 //
@@ -45,6 +47,8 @@ enum class Op {
   Revert,
   Snapshot,
   ShowBoxes,
+  Undo,
+  Redo,
 };
 
 // Modifier keys held during a drag or click (a set of these bits).

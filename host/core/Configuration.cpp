@@ -82,6 +82,20 @@ std::optional<Edition> parseEdition(const std::string &text)
   return std::nullopt;
 }
 
+std::optional<double> parseBBoxMargin(const std::string &text)
+{
+  if (text.empty() || text.size() > 32)
+    return std::nullopt;
+  for (char c : text)
+    if (!((c >= '0' && c <= '9') || c == '.'))
+      return std::nullopt;
+  char *end = nullptr;
+  double v = std::strtod(text.c_str(), &end);
+  if (end == text.c_str() || *end != '\0' || !(v >= 0) || v > kMaxBBoxMargin)
+    return std::nullopt;
+  return v;
+}
+
 std::vector<std::string> splitPathList(const std::string &list)
 {
   std::vector<std::string> items;
@@ -179,6 +193,12 @@ void Configuration::readFile(const std::string &path)
         edition_ = *e;
       else
         warnings_.push_back(where + ": unknown edition \"" + value + "\" (ignored)");
+    } else if (key == "bbox-margin") {
+      if (auto m = parseBBoxMargin(value))
+        bboxMargin_ = *m;
+      else
+        warnings_.push_back(where + ": bbox-margin takes points from 0 to 1000, not \"" + value +
+                            "\" (ignored)");
     } else if (key == "plugin-path") {
       // Relative entries are relative to the file's own folder.
       for (auto &item : splitPathList(value))

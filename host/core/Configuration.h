@@ -9,9 +9,10 @@
 //
 // Config file: one "key = value" a line; blank lines and lines starting with
 // '#' are ignored; keys: "edition" ("editing" or "read-only"), "plugin-path"
-// (colon-separated folders or files), and the viewer's preferences "units"
-// and "show-cropped-pages" (kept as text; the viewer reads and stores them
-// with preference() and storePreference()). Environment: FOLIO_EDITION (same
+// (colon-separated folders or files), "bbox-margin" (points, see below), and
+// the viewer's preferences "units" and "show-cropped-pages" (kept as text;
+// the viewer reads and stores them with preference() and storePreference()).
+// Environment: FOLIO_EDITION (same
 // values), FOLIO_PLUGIN_PATH (colon-separated). Unknown keys and values are
 // ignored and noted in warnings().
 //
@@ -90,6 +91,11 @@ public:
   // file beside it and renamed. False (the value still set for this run)
   // when there is no config file path or it cannot be written.
   bool storePreference(const std::string &key, const std::string &value);
+  // The margin, in points (0 by default), by which every page's bounding box
+  // is widened on each side as PDPageGetBBox reports it (the config file's
+  // "bbox-margin", the command line's --bbox-margin, View > Preferences).
+  double bboxMargin() const { return bboxMargin_; }
+  void setBBoxMargin(double points) { bboxMargin_ = points; }
 
   // Notes about what was ignored while reading the sources, one line each.
   const std::vector<std::string> &warnings() const { return warnings_; }
@@ -105,12 +111,18 @@ private:
   std::map<std::string, std::string> preferences_;
   std::string configFile_;
   std::vector<std::string> warnings_;
+  double bboxMargin_ = 0;
 };
 
 // The process-wide configuration served by FSGetConfiguration; made from
 // ConfigInputs::fromProcess() on first use. The program adjusts it (command
 // line) before loading plug-ins.
 Configuration &configuration();
+
+// A bounding-box margin as written in the config file or on the command line:
+// a decimal number of points from 0 to kMaxBBoxMargin; nothing otherwise.
+constexpr double kMaxBBoxMargin = 1000.0;
+std::optional<double> parseBBoxMargin(const std::string &text);
 
 // Splits a colon-separated list, dropping empty items.
 std::vector<std::string> splitPathList(const std::string &list);

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "CropHistory.h"
 #include "DocumentObserver.h"
 #include "FileSys.h"
 #include "Page.h"
@@ -86,6 +87,17 @@ public:
   bool save(bool forceFull = false);
   bool saveAs(const std::string &path, bool forceFull = false);
 
+  // The history of crop-box changes (see CropHistory.h). undo() and redo()
+  // take the newest step back / do it again: every page of the step gets its
+  // box back (a page that had no crop box of its own loses the one written
+  // since), then each is notified as changed, as a crop is (the document
+  // becomes modified, views redraw). False when there is nothing to undo /
+  // redo. Saving keeps the history; a reopened (reverted) document starts
+  // with an empty one.
+  CropHistory &history() { return history_; }
+  bool undo();
+  bool redo();
+
   // Observers are not owned; adding one twice registers it once.
   void addObserver(DocumentObserver *observer);
   void removeObserver(DocumentObserver *observer);
@@ -100,6 +112,7 @@ private:
   friend class Page;
   Document();
   void notifyPageChanged(int index);
+  bool applyStep(bool undo);
   std::unique_ptr<DocumentImpl> impl_;
   std::vector<std::unique_ptr<Page>> pages_; // sparse: created on first acquire
   std::vector<DocumentObserver *> observers_;
@@ -107,6 +120,7 @@ private:
   std::unique_ptr<File> file_;
   std::vector<std::string> notes_;
   std::function<void(const std::string &)> noteSink_;
+  CropHistory history_;
 };
 
 } // namespace folio::model

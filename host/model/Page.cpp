@@ -188,6 +188,7 @@ void Page::setCropBox(const FixedRect &given)
   const FixedRect &r = given;
   DocumentImpl &d = doc_->impl();
   pdf_obj *obj = pageObject(d, index_, impl_);
+  doc_->history().record(index_, ownCropState(), CropState{true, r});
   engineCall(d.ctx, ModelErrorKind::Engine, "Cannot set the crop box", [&] {
     dropEmptyNameKeys(d.ctx, obj);
     pdf_obj *box = pdf_dict_put_array(d.ctx, obj, PDF_NAME(CropBox), 4);

@@ -11,6 +11,7 @@
 // Not thread-safe: a document and its pages are used from one thread.
 #pragma once
 
+#include "CropHistory.h"
 #include "PageRaster.h"
 #include "folio/FolioTypes.h"
 
@@ -42,7 +43,8 @@ public:
   // with the media box (after swapping inverted corners) is empty or has no
   // width or no height, the all-zero box included. Does not notify: callers
   // follow it with notifyContentsDidChange, as the plug-in does (a refused
-  // box is still followed by its notification).
+  // box is still followed by its notification). The
+  // change is recorded in the document's history (CropHistory.h).
   void setCropBox(const FixedRect &cropBox);
 
   // The box the page shows: the crop box clipped to the media box. When that
@@ -89,6 +91,10 @@ public:
 private:
   friend class Document;
   friend PageImpl *&pageImplSlot(Page &page);
+  // The crop box the page object itself holds, and putting one back (no
+  // record); for the history.
+  CropState ownCropState() const;
+  void restoreCropState(const CropState &state);
   Page(Document &doc, int index);
   FixedRect measureBBox(); // bbox() without the budget's verdict (BBox.cpp)
   Document *doc_;

@@ -248,4 +248,38 @@ bool askConfirm(Widget parent, const std::string &title, const std::string &mess
   return askQuestion(parent, title, message, {"OK", "Cancel"}, DialogIcon::Question, false) == 1;
 }
 
+bool askText(Widget parent, const std::string &title, const std::string &prompt, std::string &value)
+{
+  Widget dialog = XmCreatePromptDialog(parent, const_cast<char *>("prompt"), nullptr, 0);
+  XmString p = XmStringCreateLocalized(const_cast<char *>(prompt.c_str()));
+  XmString t = XmStringCreateLocalized(const_cast<char *>(title.c_str()));
+  XmString v = XmStringCreateLocalized(const_cast<char *>(value.c_str()));
+  XtVaSetValues(dialog, XmNselectionLabelString, p, XmNdialogTitle, t, XmNtextString, v, XmNdialogStyle,
+                XmDIALOG_FULL_APPLICATION_MODAL, NULL);
+  XmStringFree(p);
+  XmStringFree(t);
+  XmStringFree(v);
+  XtUnmanageChild(XmSelectionBoxGetChild(dialog, XmDIALOG_HELP_BUTTON));
+  int done = 0; // 1 OK, 2 Cancel
+  XtAddCallback(
+      dialog, XmNokCallback, [](Widget, XtPointer c, XtPointer) { *static_cast<int *>(c) = 1; }, &done);
+  XtAddCallback(
+      dialog, XmNcancelCallback, [](Widget, XtPointer c, XtPointer) { *static_cast<int *>(c) = 2; }, &done);
+  XtManageChild(dialog);
+  Widget text = XmSelectionBoxGetChild(dialog, XmDIALOG_TEXT);
+  nameWindow(XtParent(dialog), title.c_str());
+  nameWindow(XmSelectionBoxGetChild(dialog, XmDIALOG_OK_BUTTON), "OK");
+  nameWindow(XmSelectionBoxGetChild(dialog, XmDIALOG_CANCEL_BUTTON), "Cancel");
+  focusWhenViewable(XtParent(dialog), text);
+  XtAppContext context = XtWidgetToApplicationContext(dialog);
+  while (!done)
+    XtAppProcessEvent(context, XtIMAll);
+  if (char *s = XmTextFieldGetString(text)) {
+    value = s;
+    XtFree(s);
+  }
+  XtDestroyWidget(XtParent(dialog));
+  return done == 1;
+}
+
 } // namespace folio::motif

@@ -38,6 +38,11 @@ bool askConfirm(Widget parent, const std::string &title, const std::string &mess
 // (the buttons are gadgets, without windows of their own).
 bool askPassword(Widget parent, const std::string &title, const std::string &message, std::string &password);
 
+// Asks for one line of text (`prompt` above a text field holding `value`)
+// with "OK" and "Cancel". True with the text in `value` when OK was pressed
+// (or Return typed); the dialog's shell window is named `title`.
+bool askText(Widget parent, const std::string &title, const std::string &prompt, std::string &value);
+
 // Waits (processing events) until the widget's window is viewable, then
 // gives it the keyboard focus. Used by every modal window the viewer puts up.
 void focusWhenViewable(Widget shell, Widget initial);

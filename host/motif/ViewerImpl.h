@@ -95,6 +95,7 @@ struct Viewer::Impl : view::ApplicationListener {
   void fitWidth();
   void fitPage();
   void askGoToPage();
+  void askPreferences();
   void openFile();
   void saveAs();
   void quit();

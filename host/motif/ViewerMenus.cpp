@@ -5,6 +5,9 @@
 // procedures each time a menu opens and after every event for the tool bar.
 #include "ViewerImpl.h"
 
+#include "core/Configuration.h"
+#include "model/BBoxMargin.h"
+#include "motif/Dialogs.h"
 #include "motif/WindowNames.h"
 #include "view/DocWindow.h"
 #include "view/Menus.h"
@@ -20,6 +23,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <functional>
 
 namespace folio::motif {
@@ -156,8 +160,40 @@ void Viewer::Impl::addViewMenu()
   unitsMenu->release(); // the item holds it
   viewMenu->insert(unitsItem, view::kAppendIndex);
   unitsItem->release();
-  app.menuBar().addMenu(viewMenu, 1); // after File
-  viewMenu->release();                // the bar holds it
+  MenuItem *prefs = MenuItem::create("Pr&eferences...", "Preferences");
+  prefs->setHostExecute([this] { askPreferences(); });
+  viewMenu->insert(prefs, view::kAppendIndex);
+  prefs->release(); // the menu holds it
+  // After File and Edit.
+  const auto &bar = app.menuBar().menus();
+  FSInt32 at = 1;
+  for (size_t i = 0; i < bar.size(); i++)
+    if (bar[i]->name() == "Edit")
+      at = static_cast<FSInt32>(i + 1);
+  app.menuBar().addMenu(viewMenu, at);
+  viewMenu->release(); // the bar holds it
+}
+
+// View > Preferences...: the margin around bounding boxes, kept in the config
+// file.
+void Viewer::Impl::askPreferences()
+{
+  char current[32];
+  std::snprintf(current, sizeof current, "%g", configuration().bboxMargin());
+  std::string value = current;
+  for (;;) {
+    if (!askText(shell, "Preferences", "Bounding-box margin (points on each side, 0 - 1000):", value))
+      return;
+    if (auto m = parseBBoxMargin(value)) {
+      configuration().setBBoxMargin(*m);
+      model::setBBoxMargin(*m);
+      char text[32];
+      std::snprintf(text, sizeof text, "%g", *m);
+      configuration().storePreference("bbox-margin", text);
+      return;
+    }
+    showNote(shell, "Preferences", "The margin is a number of points from 0 to 1000, not \"" + value + "\".");
+  }
 }
 
 // The Window menu: one item per open document, the active one marked;
@@ -361,6 +397,16 @@ void Viewer::Impl::refreshMenu(Widget pulldown)
     return;
   for (auto &[item, w] : it->second->items) {
     XtSetSensitive(w, item->isEnabled());
+    // Titles that follow the state ("Undo Crop Region"); the label shown is
+    // also the window's icon name, for accessibility tools and tests.
+    if (!item->submenu()) {
+      std::string label = view::titleWithoutMnemonic(item->currentTitle());
+      XmString text = xmString(label);
+      XtVaSetValues(w, XmNlabelString, text, NULL);
+      XmStringFree(text);
+      if (XtIsRealized(w))
+        XSetIconName(display, XtWindow(w), label.c_str());
+    }
     if (!item->submenu())
       XmToggleButtonSetState(w, item->isMarked(), False);
   }
@@ -395,12 +441,14 @@ static bool findShortcut(view::Menu *menu, char key, FSInt16 flags, view::MenuIt
         return true;
       continue;
     }
-    char s = item->shortcut();
-    if (!s)
-      continue;
-    FSInt16 f = item->shortcutFlags() & (view::kShortcutCtrl | view::kShortcutAlt | view::kShortcutShift);
-    if (std::toupper(static_cast<unsigned char>(s)) == std::toupper(static_cast<unsigned char>(key)) &&
-        f == flags) {
+    const FSInt16 mods = view::kShortcutCtrl | view::kShortcutAlt | view::kShortcutShift;
+    auto matches = [&](char s, FSInt16 f) {
+      return s &&
+             std::toupper(static_cast<unsigned char>(s)) == std::toupper(static_cast<unsigned char>(key)) &&
+             (f & mods) == flags;
+    };
+    if (matches(item->shortcut(), item->shortcutFlags()) ||
+        matches(item->altShortcut(), item->altShortcutFlags())) {
       found = item;
       return true;
     }

@@ -3,6 +3,7 @@
 // rectangle, never an exception across the interface.
 #include "PDModelTable.h"
 
+#include "BBoxMargin.h"
 #include "Handles.h"
 #include "folio/PDModelHFT.h"
 
@@ -126,7 +127,8 @@ void pageSetCropBox(PDPage page, FixedRect box)
 
 void pageGetBBox(PDPage page, FixedRect *box)
 {
-  answerRect(page, box, [](Page &p) { return p.bbox(); });
+  // The bounding box with the user's margin (bbox-margin) around it.
+  answerRect(page, box, [](Page &p) { return bboxWithMargin(p); });
 }
 
 template <class Fn> FSProc entry(Fn fn)

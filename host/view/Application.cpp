@@ -10,11 +10,16 @@
 #include "core/Callback.h"
 #include "core/ExceptionFrames.h"
 #include "core/Guard.h"
+#include "model/CropHistory.h"
 #include "model/ModelError.h"
 
 namespace folio::view {
 
 namespace {
+
+// The undo step of a tool click or key: a tool changes crop boxes by applying
+// the region drawn with it.
+const char *const kToolActionLabel = "Crop Region";
 
 // ---- the host's own tools ---------------------------------------------------
 
@@ -439,6 +444,7 @@ bool Application::toolClick(PageView &view, FSInt16 x, FSInt16 y, FSInt16 flags,
     return false;
   FVPageView pv = toFVPageView(&view);
   bool handled = false;
+  model::CropHistory::Action action(kToolActionLabel);
   auto call = [&] { handled = fn(tool, pv, x, y, flags, clickNo) != 0; };
   return callGuarded(call) && handled;
 }
@@ -462,8 +468,31 @@ bool Application::toolKeyDown(FSUns16 key, FSInt16 flags)
   if (!fn)
     return false;
   bool handled = false;
+  model::CropHistory::Action action(kToolActionLabel);
   auto call = [&] { handled = fn(tool, key, flags) != 0; };
   return callGuarded(call) && handled;
+}
+
+// ---- undo and redo -----------------------------------------------------------------
+
+std::string Application::undoLabel() const
+{
+  return active_ ? active_->document().history().undoLabel() : std::string();
+}
+
+std::string Application::redoLabel() const
+{
+  return active_ ? active_->document().history().redoLabel() : std::string();
+}
+
+bool Application::undo()
+{
+  return active_ && active_->document().undo();
+}
+
+bool Application::redo()
+{
+  return active_ && active_->document().redo();
 }
 
 // ---- cancel and progress -----------------------------------------------------------
@@ -595,10 +624,11 @@ void Application::buildHostMenus()
 {
   MenuBar &bar = *menuBar_;
   Menu *file = Menu::create("&File", "File");
+  Menu *edit = Menu::create("&Edit", "Edit");
   Menu *tools = Menu::create("&Tools", "Tools");
   Menu *extensions = Menu::create("E&xtensions", "Extensions");
   Menu *help = Menu::create("&Help", "Help");
-  for (Menu *m : {file, tools, extensions, help}) {
+  for (Menu *m : {file, edit, tools, extensions, help}) {
     bar.addMenu(m);
     m->release(); // the bar holds it
   }
@@ -621,6 +651,22 @@ void Application::buildHostMenus()
   save->setHostEnabled(haveDoc);
   saveAs->setHostEnabled(haveDoc);
   quit->setHostExecute([this] { requestQuit(); });
+
+  MenuItem *undo = addHostItem(edit, "&Undo", "Undo", 'Z', kShortcutCtrl);
+  MenuItem *redo = addHostItem(edit, "&Redo", "Redo", 'Z', kShortcutCtrl | kShortcutShift);
+  redo->setAltShortcut('Y', kShortcutCtrl);
+  undo->setHostExecute([this] { this->undo(); });
+  undo->setHostEnabled([this] { return !undoLabel().empty(); });
+  undo->setHostTitle([this] {
+    std::string label = undoLabel();
+    return label.empty() ? std::string("&Undo") : "&Undo " + label;
+  });
+  redo->setHostExecute([this] { this->redo(); });
+  redo->setHostEnabled([this] { return !redoLabel().empty(); });
+  redo->setHostTitle([this] {
+    std::string label = redoLabel();
+    return label.empty() ? std::string("&Redo") : "&Redo " + label;
+  });
 
   MenuItem *hand = addHostItem(tools, "&Hand", "Hand");
   MenuItem *thread = addHostItem(tools, "&Article", "Thread");

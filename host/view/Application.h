@@ -11,6 +11,10 @@
 //
 // The host's own menus, built at construction:
 //   "File"        (title "&File"):  "Open", "Close", "Save", "SaveAs", "Quit"
+//   "Edit"        (title "&Edit"):  "Undo" (Ctrl+Z), "Redo" (Ctrl+Shift+Z and
+//                 Ctrl+Y) of the active document's crop-box changes; their
+//                 titles name the step ("Undo Crop Region"), and they are
+//                 disabled with nothing to undo / redo
 //   "Tools"       (title "&Tools"): "Hand", "Thread"
 //   "Extensions"  (title "E&xtensions"): empty, for extensions
 //   "Help"        (title "&Help"):  the item "AboutExtensions" carrying the
@@ -131,6 +135,8 @@ public:
   FVTool articleTool() const;
   // The active tool's procedures, as the front ends call them on user input.
   // Each answers the tool's answer, false when the tool has no such procedure.
+  // A click or a key is one user action: the crop-box changes it makes (a
+  // region applied) form one undo step, "Crop Region".
   bool toolClick(PageView &view, FSInt16 x, FSInt16 y, FSInt16 flags, FSInt16 clickNo);
   bool toolAdjustCursor(PageView &view, FSInt16 x, FSInt16 y);
   bool toolKeyDown(FSUns16 key, FSInt16 flags);
@@ -178,6 +184,16 @@ public:
   // only the page's shown box (PageView::setShowCropped); off at first.
   bool showCroppedPages() const { return showCropped_; }
   void setShowCroppedPages(bool on);
+
+  // ---- undo and redo of crop-box changes (the active document's) -------------
+  // The label of the step undo / redo would take; "" when there is none (or
+  // no active document).
+  std::string undoLabel() const;
+  std::string redoLabel() const;
+  // Takes the step back / does it again (see model::Document::undo); false
+  // when there is nothing to do.
+  bool undo();
+  bool redo();
 
   MenuBar &menuBar() { return *menuBar_; }
   ToolBar &toolBar() { return *toolBar_; }

@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "Ports.h"
+#include "model/CropHistory.h"
 
 namespace folio::view {
 
@@ -24,6 +25,24 @@ std::string shortcutLabel(char shortcut, FSInt16 flags)
     c = static_cast<char>(c - 'a' + 'A');
   label += c;
   return label;
+}
+
+std::string actionLabel(const std::string &title)
+{
+  std::string t = titleWithoutMnemonic(title);
+  while (!t.empty() && (t.back() == '.' || t.back() == ' '))
+    t.pop_back();
+  for (const char *word : {" Page(s)", " Pages", " Page"}) {
+    std::string w = word;
+    for (size_t at = t.find(w); at != std::string::npos; at = t.find(w, at)) {
+      size_t end = at + w.size();
+      if (end == t.size() || t[end] == ' ')
+        t.erase(at, w.size());
+      else
+        at = end;
+    }
+  }
+  return t;
 }
 
 std::string titleWithoutMnemonic(const std::string &title)
@@ -160,7 +179,10 @@ void MenuItem::execute()
   // The procedure may remove this item from its menu (a command that swaps
   // itself for another); hold it for the length of the call.
   acquire();
-  procs_.execute();
+  {
+    model::CropHistory::Action action(actionLabel(title_));
+    procs_.execute();
+  }
   release();
 }
 

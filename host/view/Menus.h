@@ -55,6 +55,10 @@ std::string shortcutLabel(char shortcut, FSInt16 flags);
 std::string titleWithoutMnemonic(const std::string &title);
 // The mnemonic character (the one after a single '&'), or 0.
 char titleMnemonic(const std::string &title);
+// The name of the undo step a command makes, from its title: without the
+// mnemonic marker, a trailing "...", and the words "Page(s)", "Pages" and
+// "Page" ("&Crop Page(s) to Bounding Box" -> "Crop to Bounding Box").
+std::string actionLabel(const std::string &title);
 
 // Frees every Menu and MenuItem still alive, ignoring reference counts. Only
 // for the end of the run: every handle to them becomes invalid.
@@ -83,6 +87,21 @@ public:
   // The menu the item is in, or null.
   Menu *parent() const { return parent_; }
 
+  // A title that changes with the state ("Undo Crop Region"): front ends show
+  // currentTitle() each time the menu opens. Without a host title function it
+  // is title().
+  void setHostTitle(std::function<std::string()> fn) { hostTitle_ = std::move(fn); }
+  std::string currentTitle() const { return hostTitle_ ? hostTitle_() : title_; }
+  // A second key for the same item (Ctrl+Y beside Ctrl+Shift+Z); 0 for none.
+  // Front ends show only the first one.
+  void setAltShortcut(char shortcut, FSInt16 flags)
+  {
+    altShortcut_ = shortcut;
+    altFlags_ = flags;
+  }
+  char altShortcut() const { return altShortcut_; }
+  FSInt16 altShortcutFlags() const { return altFlags_; }
+
   // Takes the item out of its menu (nothing when it is in none). The menu's
   // reference is dropped: the item may be freed here if nobody else holds it.
   void removeFromMenu();
@@ -102,7 +121,8 @@ public:
   bool isEnabled() const;
   bool isMarked() const;
   // Runs the execute procedure, whatever the enabled state (nothing when it
-  // has none).
+  // has none), as one user action: the crop-box changes it makes form one
+  // undo step named actionLabel(title()).
   void execute();
   // As the user chooses it: asks isEnabled() first and runs it only when
   // enabled. True when it ran.
@@ -118,6 +138,9 @@ private:
   bool longMenusOnly_ = false;
   char shortcut_ = 0;
   FSInt16 flags_ = 0;
+  char altShortcut_ = 0;
+  FSInt16 altFlags_ = 0;
+  std::function<std::string()> hostTitle_;
   FVIcon icon_ = nullptr;
   ExtensionID owner_ = nullptr;
   Menu *parent_ = nullptr;

@@ -412,6 +412,8 @@ void PageView::drawNow()
 {
   if (inRedraw_)
     return; // the redraw in progress presents what the callbacks drew
+  if (drawingHeld_)
+    return; // the dirty area waits for the next drawNow after the hold
   ensureFrame();
   if (dirty_) {
     FVRect area = dirtyRect_;

@@ -200,6 +200,11 @@ public:
   const std::string &renderError() const { return renderError_; }
   // True while the drawing callbacks run.
   bool inRedraw() const { return inRedraw_; }
+  // While held, drawNow() only keeps collecting the dirty area: the batch
+  // front end holds drawing while it runs a pointer action at a zoom of its
+  // own (see batch/Runner.h), so that no page is rendered at that zoom.
+  void holdDrawing(bool hold) { drawingHeld_ = hold; }
+  bool drawingHeld() const { return drawingHeld_; }
 
   // The shown page changed (model notice).
   void pageChanged(model::Document &doc, int pageIndex) override;
@@ -233,6 +238,7 @@ private:
   bool presentPending_ = false;
   FVRect presentRect_{};
   bool inRedraw_ = false;
+  bool drawingHeld_ = false;
   bool clipping_ = false;
   FVRect clip_{};
   unsigned renders_ = 0, redraws_ = 0;

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 
+#include "Menus.h"
 #include "core/Atoms.h"
+#include "model/CropHistory.h"
 
 namespace folio::view {
 
@@ -35,6 +37,9 @@ bool ToolButton::isMarked() const
 
 void ToolButton::execute()
 {
+  // One user action; a button that changes crop boxes names its step by its
+  // help text (its name when it has none).
+  model::CropHistory::Action action(actionLabel(help_.empty() ? nameString_ : help_));
   procs_.execute();
 }
 

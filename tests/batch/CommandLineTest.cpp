@@ -156,12 +156,47 @@ TEST(BatchCommandLine, CropRegionBadNumbers)
             "--crop-region takes four numbers \"L B R T\", not \"1 2 3 x\"");
 }
 
-TEST(BatchCommandLine, PagesOnlyWithRegion)
+TEST(BatchCommandLine, PagesGoWithEveryShortcutAndMustAgreeWithItsWord)
 {
-  EXPECT_EQ(bad({"--crop-bbox", "each", "--pages", "all", "in.pdf", "-o", "o.pdf"}),
-            "--pages goes with --crop-region (the other shortcuts name their pages)");
   EXPECT_EQ(ok({"--pages", "current", "--crop-region", "0 0 100 100", "i.pdf", "-o", "o.pdf"}).variant,
             "current");
+  EXPECT_EQ(ok({"--crop-bbox", "each", "--pages", "current", "in.pdf", "-o", "o.pdf"}).variant, "current");
+  EXPECT_EQ(ok({"--reset-media-box", "all", "--pages", "current", "in.pdf", "-o", "o.pdf"}).variant,
+            "current");
+  Options o = ok({"--crop-bbox", "each", "--pages", "1-4,7,10-", "in.pdf", "-o", "o.pdf"});
+  EXPECT_TRUE(runsPageByPage(o));
+  EXPECT_FALSE(runsPageByPage(ok({"--crop-bbox", "each", "--pages", "all", "in.pdf", "-o", "o.pdf"})));
+  EXPECT_TRUE(runsPageByPage(ok({"--reset-media-box", "all", "--pages", "odd", "in.pdf", "-o", "o.pdf"})));
+  EXPECT_EQ(bad({"--crop-bbox", "biggest", "--pages", "even", "in.pdf", "-o", "o.pdf"}),
+            "--crop-bbox biggest crops all pages to the biggest bounding box; it does not take --pages even");
+  EXPECT_EQ(bad({"--reset-media-box", "current", "--pages", "2", "in.pdf", "-o", "o.pdf"}),
+            "--reset-media-box current and --pages 2 disagree");
+}
+
+TEST(BatchCommandLine, PageSelectionsResolveAgainstThePageCount)
+{
+  PageSelection sel;
+  std::string why;
+  std::vector<long> pages;
+  ASSERT_TRUE(parsePageSelection("1-4,7,10-", sel, why)) << why;
+  ASSERT_TRUE(selectedPages(sel, 12, pages, why)) << why;
+  EXPECT_EQ(pages, (std::vector<long>{1, 2, 3, 4, 7, 10, 11, 12}));
+  ASSERT_TRUE(parsePageSelection("odd", sel, why));
+  ASSERT_TRUE(selectedPages(sel, 5, pages, why));
+  EXPECT_EQ(pages, (std::vector<long>{1, 3, 5}));
+  ASSERT_TRUE(parsePageSelection("even", sel, why));
+  ASSERT_TRUE(selectedPages(sel, 5, pages, why));
+  EXPECT_EQ(pages, (std::vector<long>{2, 4}));
+  EXPECT_FALSE(selectedPages(sel, 1, pages, why));
+  EXPECT_EQ(why, "--pages even selects no page (the document has 1 page)");
+  ASSERT_TRUE(parsePageSelection("3,1-2,2", sel, why));
+  ASSERT_TRUE(selectedPages(sel, 3, pages, why));
+  EXPECT_EQ(pages, (std::vector<long>{1, 2, 3}));
+  ASSERT_TRUE(parsePageSelection("4-", sel, why));
+  EXPECT_FALSE(selectedPages(sel, 3, pages, why));
+  EXPECT_EQ(why, "--pages 4-: page 4 is past the end (the document has 3 pages)");
+  for (const char *badText : {"", "-3", "1-2-3", "a", "1,", "5-2", "1 2"})
+    EXPECT_FALSE(parsePageSelection(badText, sel, why)) << badText;
 }
 
 TEST(BatchCommandLine, PageNumberChecked)

@@ -171,6 +171,14 @@ TEST(BatchScript, RevertShowBoxesSnapshot)
   EXPECT_EQ(bad("revert now").message, "usage: revert");
 }
 
+TEST(BatchScript, UndoAndRedoTakeNoArguments)
+{
+  EXPECT_EQ(one("undo").op, Op::Undo);
+  EXPECT_EQ(one("redo").op, Op::Redo);
+  EXPECT_EQ(bad("undo 2").message, "usage: undo");
+  EXPECT_EQ(bad("redo all").message, "usage: redo");
+}
+
 TEST(BatchScript, CommentsAndBlankLinesAreSkippedButCounted)
 {
   Script s;

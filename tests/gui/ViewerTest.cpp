@@ -1204,3 +1204,96 @@ TEST_F(GuiViewer, APageThatCannotBeReadGivesOneAlertAndTheViewerGoesOn)
   EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
   folio = -1;
 }
+
+// The label a menu item shows, as its window's icon name says it.
+static std::string shownLabel(Display *dpy, unsigned long window)
+{
+  char *name = nullptr;
+  std::string label;
+  if (XGetIconName(dpy, window, &name) && name) {
+    label = name;
+    XFree(name);
+  }
+  return label;
+}
+
+TEST_F(GuiViewer, UndoAndRedoACropWithTheKeysAndTheEditMenu)
+{
+  std::string pdf = makePdf("two.pdf", {"--pages", "2", "--rect", "150,150,450,650"});
+  startFolio(pdf);
+  selectCropToolAndMeasure();
+  drag({device(100, 700), device(400, 300)});
+  auto inside = device(250, 500);
+  clickAt(inside.first, inside.second);
+  press("Current");
+  auto out = device(40, 100);
+  const guitest::Rgb dimmed{0xaf, 0xaf, 0xaf}, white{255, 255, 255};
+  EXPECT_EQ(shotUntil(pixelIs(out, dimmed)).at(out.first, out.second), dimmed) << "not cropped";
+  const Box media{0, 0, 612, 792};
+  key("ctrl+s");
+  std::vector<Box> boxes =
+      boxesUntil(pdf, [&](const std::vector<Box> &b) { return b.size() == 2 && b[0] != media; });
+  ASSERT_EQ(boxes.size(), 2u);
+  ASSERT_NE(boxes[0], media) << "the crop was not saved";
+
+  // The Edit menu names what Undo takes back; Redo has nothing yet.
+  press("Edit");
+  EXPECT_EQ(shownLabel(dpy, window("Undo")), "Undo Crop Region");
+  EXPECT_EQ(shownLabel(dpy, window("Redo")), "Redo");
+  key("Escape");
+
+  // Undo after the save works on the document in memory, which changes
+  // again: Ctrl+S writes the boxes as they were.
+  key("ctrl+z");
+  EXPECT_EQ(shotUntil(pixelIs(out, white)).at(out.first, out.second), white) << "Ctrl+Z left the crop";
+  key("ctrl+s");
+  boxes = boxesUntil(pdf, [&](const std::vector<Box> &b) { return b.size() == 2 && b[0] == media; });
+  ASSERT_EQ(boxes.size(), 2u);
+  for (const Box &box : boxes)
+    EXPECT_EQ(box, media);
+
+  press("Edit");
+  EXPECT_EQ(shownLabel(dpy, window("Undo")), "Undo");
+  EXPECT_EQ(shownLabel(dpy, window("Redo")), "Redo Crop Region");
+  key("Escape");
+
+  key("ctrl+shift+z");
+  EXPECT_EQ(shotUntil(pixelIs(out, dimmed)).at(out.first, out.second), dimmed) << "Ctrl+Shift+Z did not redo";
+  key("ctrl+z");
+  EXPECT_EQ(shotUntil(pixelIs(out, white)).at(out.first, out.second), white);
+  key("ctrl+y");
+  EXPECT_EQ(shotUntil(pixelIs(out, dimmed)).at(out.first, out.second), dimmed) << "Ctrl+Y did not redo";
+  key("ctrl+s");
+  boxes = boxesUntil(pdf, [](const std::vector<Box> &b) {
+    return b.size() == 2 && b[0] != Box{0, 0, 612, 792};
+  });
+  ASSERT_EQ(boxes.size(), 2u);
+  EXPECT_NEAR(boxes[0][0], 100, 1.0);
+  EXPECT_NEAR(boxes[0][3], 700, 1.0);
+  EXPECT_EQ(boxes[1], media);
+}
+
+TEST_F(GuiViewer, PreferencesSetTheBoundingBoxMarginAndKeepItInTheConfigFile)
+{
+  std::string pdf = makePdf("one.pdf", {"--pages", "1", "--rect", "100,100,300,300"});
+  startFolio(pdf, {"XDG_CONFIG_HOME=" + dir});
+  chooseMenu({"View", "Preferences"});
+  ASSERT_NE(window("Preferences"), 0u);
+  // The field holds the margin now in use (0): replace it.
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "End", "BackSpace", "BackSpace", "BackSpace", "type", "10"}),
+            0);
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
+  settle();
+  EXPECT_NE(readFile(dir + "/folio/folio.conf").find("bbox-margin = 10\n"), std::string::npos);
+
+  chooseMenu({"Extensions", "QUIL:Page Shear", "QUIL:PageShearBBox"});
+  key("ctrl+s");
+  const Box media{0, 0, 612, 792};
+  std::vector<Box> boxes =
+      boxesUntil(pdf, [&](const std::vector<Box> &b) { return b.size() == 1 && b[0] != media; });
+  ASSERT_EQ(boxes.size(), 1u);
+  EXPECT_NEAR(boxes[0][0], 90, 0.25);
+  EXPECT_NEAR(boxes[0][1], 90, 0.25);
+  EXPECT_NEAR(boxes[0][2], 310, 0.25);
+  EXPECT_NEAR(boxes[0][3], 310, 0.25);
+}

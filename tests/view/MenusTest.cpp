@@ -46,16 +46,42 @@ TEST(ViewMenus, HostMenusInOrderWithTheirItems)
 {
   Application app;
   MenuBar &bar = app.menuBar();
-  ASSERT_EQ(bar.menus().size(), 4u);
+  ASSERT_EQ(bar.menus().size(), 5u);
   EXPECT_EQ(bar.menus()[0]->name(), "File");
-  EXPECT_EQ(bar.menus()[1]->name(), "Tools");
-  EXPECT_EQ(bar.menus()[2]->name(), "Extensions");
-  EXPECT_EQ(bar.menus()[3]->name(), "Help");
+  EXPECT_EQ(bar.menus()[1]->name(), "Edit");
+  EXPECT_EQ(bar.menus()[2]->name(), "Tools");
+  EXPECT_EQ(bar.menus()[3]->name(), "Extensions");
+  EXPECT_EQ(bar.menus()[4]->name(), "Help");
   EXPECT_EQ(names(bar.menus()[0]), (std::vector<std::string>{"Open", "Close", "Save", "SaveAs", "Quit"}));
-  EXPECT_EQ(names(bar.menus()[1]), (std::vector<std::string>{"Hand", "Thread"}));
-  EXPECT_EQ(bar.menus()[2]->count(), 0);
-  ASSERT_EQ(bar.menus()[3]->count(), 1);
-  EXPECT_EQ(bar.menus()[3]->items()[0]->submenu()->name(), "AboutExtensions");
+  EXPECT_EQ(names(bar.menus()[1]), (std::vector<std::string>{"Undo", "Redo"}));
+  EXPECT_EQ(names(bar.menus()[2]), (std::vector<std::string>{"Hand", "Thread"}));
+  EXPECT_EQ(bar.menus()[3]->count(), 0);
+  ASSERT_EQ(bar.menus()[4]->count(), 1);
+  EXPECT_EQ(bar.menus()[4]->items()[0]->submenu()->name(), "AboutExtensions");
+}
+
+TEST(ViewMenus, UndoAndRedoAreDisabledWithoutADocumentAndKeepTheirKeys)
+{
+  Application app;
+  MenuItem *undo = app.menuBar().findItem("Undo");
+  MenuItem *redo = app.menuBar().findItem("Redo");
+  ASSERT_NE(undo, nullptr);
+  ASSERT_NE(redo, nullptr);
+  EXPECT_FALSE(undo->isEnabled());
+  EXPECT_FALSE(redo->isEnabled());
+  EXPECT_EQ(undo->currentTitle(), "&Undo");
+  EXPECT_EQ(shortcutLabel(undo->shortcut(), undo->shortcutFlags()), "Ctrl+Z");
+  EXPECT_EQ(shortcutLabel(redo->shortcut(), redo->shortcutFlags()), "Ctrl+Shift+Z");
+  EXPECT_EQ(shortcutLabel(redo->altShortcut(), redo->altShortcutFlags()), "Ctrl+Y");
+}
+
+TEST(ViewMenus, ActionLabelsComeFromTheCommandTitles)
+{
+  EXPECT_EQ(actionLabel("&Crop Page(s) to Bounding Box"), "Crop to Bounding Box");
+  EXPECT_EQ(actionLabel("&Reset Page(s) to Media Box"), "Reset to Media Box");
+  EXPECT_EQ(actionLabel("R&evert File..."), "Revert File");
+  EXPECT_EQ(actionLabel("Crop Pages"), "Crop");
+  EXPECT_EQ(actionLabel("Pagesetter"), "Pagesetter");
 }
 
 TEST(ViewMenus, AboutExtensionsIsFoundAsAMenu)

@@ -1,0 +1,334 @@
+// End-to-end tests of what users rely on beyond the plug-in's commands: undo
+// and redo of crop-box changes, exact region crops, bounding-box margins and
+// page selections of the shortcuts. The real plug-in in the real folio, in
+// batch mode; boxes read back with qpdf.
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <cmath>
+#include <sstream>
+
+#include "Harness.h"
+#include "QpdfBoxes.h"
+#include "pdfgen.h"
+
+using e2e::Box;
+using e2e::PageBoxes;
+using e2e::RunResult;
+namespace gen = folio::pdfgen;
+
+namespace {
+
+const char *const kFolio = FOLIO_EXE;
+const Box kLetter{0, 0, 612, 792};
+
+class Users : public ::testing::Test {
+protected:
+  e2e::TempDir dir;
+  std::string lastRun;
+
+  std::string path(const std::string &name) const { return dir.file(name); }
+
+  RunResult folio(const std::vector<std::string> &args, const std::string &input = {})
+  {
+    RunResult r = e2e::runProgram(kFolio, args, dir.path(), input);
+    lastRun = "exit " + std::to_string(r.exitCode) + "\n--- stdout\n" + r.out + "--- stderr\n" + r.err;
+    return r;
+  }
+  RunResult script(const std::string &text) { return folio({"--batch", "-"}, text); }
+
+  std::vector<PageBoxes> boxes(const std::string &pdf, size_t pages = 1)
+  {
+    std::string why;
+    std::vector<PageBoxes> b = e2e::readBoxes(pdf, &why);
+    if (b.size() < pages) {
+      ADD_FAILURE() << "cannot read " << pages << " pages of " << pdf << ": " << why << "\n" << lastRun;
+      b.resize(pages);
+    }
+    return b;
+  }
+
+  static gen::PageSpec page(Box media = kLetter, int rotate = 0)
+  {
+    gen::PageSpec p;
+    p.media = {media.left, media.bottom, media.right, media.top};
+    p.rotate = rotate;
+    p.writeRotate = rotate != 0;
+    return p;
+  }
+  static gen::PageSpec withRect(gen::PageSpec p, Box r)
+  {
+    p.marks.push_back(gen::Mark::fillRect({r.left, r.bottom, r.right, r.top}));
+    return p;
+  }
+  static gen::PageSpec withCrop(gen::PageSpec p, Box crop)
+  {
+    p.crop = gen::Box{crop.left, crop.bottom, crop.right, crop.top};
+    return p;
+  }
+  void write(const std::string &name, const std::vector<gen::PageSpec> &pages)
+  {
+    gen::writeDocument(path(name), pages);
+  }
+};
+
+bool contains(const std::string &text, const std::string &what)
+{
+  return text.find(what) != std::string::npos;
+}
+
+void expectBox(const Box &a, const Box &want, double tol, const std::string &ctx)
+{
+  EXPECT_NEAR(a.left, want.left, tol) << ctx;
+  EXPECT_NEAR(a.bottom, want.bottom, tol) << ctx;
+  EXPECT_NEAR(a.right, want.right, tol) << ctx;
+  EXPECT_NEAR(a.top, want.top, tol) << ctx;
+}
+
+} // namespace
+
+// ---- undo and redo ------------------------------------------------------------------
+
+TEST_F(Users, UndoAndRedoOfARegionCropAndABoundingBoxCrop)
+{
+  write("in.pdf", {withRect(page(), {100, 200, 300, 400}),
+                   withRect(withCrop(page(), {10, 10, 602, 782}), {150, 150, 250, 250})});
+  RunResult r = script("open " + path("in.pdf") +
+                       "\n"
+                       "button QUIL:PageShear\n"
+                       "drag 72 720 540 72\n"
+                       "answer All\n"
+                       "click 306 396\n"
+                       "answer All\nanswer Each\n"
+                       "menu QUIL:PageShearBBox\n"
+                       "undo\n"
+                       "save " +
+                       path("region.pdf") +
+                       "\n"
+                       "undo\n"
+                       "save " +
+                       path("original.pdf") +
+                       "\n"
+                       "redo\n"
+                       "save " +
+                       path("redone.pdf") + "\n");
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  EXPECT_TRUE(contains(r.out, "undone: Crop to Bounding Box\n")) << lastRun;
+  EXPECT_TRUE(contains(r.out, "undone: Crop Region\n")) << lastRun;
+  EXPECT_TRUE(contains(r.out, "redone: Crop Region\n")) << lastRun;
+
+  auto region = boxes(path("region.pdf"), 2);
+  for (const PageBoxes &p : region)
+    expectBox(p.crop, {72, 72, 540, 720}, 1e-9, lastRun);
+  // Back to the file as it was: no crop box where there was none, the old
+  // one where there was one.
+  auto original = boxes(path("original.pdf"), 2);
+  EXPECT_FALSE(original[0].hasCropBox) << lastRun;
+  ASSERT_TRUE(original[1].hasCropBox) << lastRun;
+  expectBox(original[1].crop, {10, 10, 602, 782}, 1e-9, lastRun);
+  auto redone = boxes(path("redone.pdf"), 2);
+  for (const PageBoxes &p : redone)
+    expectBox(p.crop, {72, 72, 540, 720}, 1e-9, lastRun);
+}
+
+TEST_F(Users, UndoOfResetToMediaBoxAfterASaveWorksOnTheDocumentInMemory)
+{
+  write("in.pdf", {withCrop(page(), {10, 20, 500, 700}), withCrop(page(), {30, 40, 550, 750})});
+  RunResult r = script("open " + path("in.pdf") + "\nanswer All\nmenu QUIL:PageShearMediaBox\nsave " +
+                       path("reset.pdf") + "\nundo\nsave " + path("back.pdf") + "\n");
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  EXPECT_TRUE(contains(r.out, "undone: Reset to Media Box\n")) << lastRun;
+  auto reset = boxes(path("reset.pdf"), 2);
+  expectBox(reset[0].crop, kLetter, 1e-9, lastRun);
+  auto back = boxes(path("back.pdf"), 2);
+  expectBox(back[0].crop, {10, 20, 500, 700}, 1e-9, lastRun);
+  expectBox(back[1].crop, {30, 40, 550, 750}, 1e-9, lastRun);
+}
+
+TEST_F(Users, NothingToUndoOrRedoStopsTheRunWithItsLine)
+{
+  write("in.pdf", {page()});
+  RunResult r = script("open " + path("in.pdf") + "\nundo\n");
+  EXPECT_EQ(r.exitCode, 1) << lastRun;
+  EXPECT_TRUE(contains(r.err, ":2: undo: nothing to undo")) << lastRun;
+  r = script("open " + path("in.pdf") + "\nredo\n");
+  EXPECT_EQ(r.exitCode, 1) << lastRun;
+  EXPECT_TRUE(contains(r.err, ":2: redo: nothing to redo")) << lastRun;
+}
+
+TEST_F(Users, RevertClearsTheHistory)
+{
+  write("in.pdf", {withRect(page(), {100, 200, 300, 400}), withRect(page(), {10, 20, 30, 40})});
+  RunResult r =
+      script("open " + path("in.pdf") +
+             "\nanswer All\nanswer Each\nmenu QUIL:PageShearBBox\nconfirm yes\nmenu QUIL:PSRevert\nundo\n");
+  EXPECT_EQ(r.exitCode, 1) << lastRun;
+  EXPECT_TRUE(contains(r.err, ":7: undo: nothing to undo")) << lastRun;
+}
+
+// ---- exact region crops ---------------------------------------------------------------
+
+// Pages of fractional size at every rotation: the region given in points is
+// written within 1/16 pt (the view's 100% would snap it to whole device units
+// and shift it by the fraction of the page's height).
+TEST_F(Users, RegionCropIsExactOnPagesOfFractionalSizeAtEveryRotation)
+{
+  const Box sizes[] = {{0, 0, 609.714, 789.041}, {0, 0, 839.055, 629.291}};
+  const Box region{50.3, 60.7, 400.45, 500.123};
+  for (const Box &media : sizes) {
+    for (int rotate : {0, 90, 180, 270}) {
+      const std::string tag = std::to_string(int(media.right)) + "-" + std::to_string(rotate);
+      write(tag + ".pdf", {page(media, rotate), page(media, rotate)});
+      RunResult r = folio(
+          {"--crop-region", "50.3 60.7 400.45 500.123", path(tag + ".pdf"), "-o", path(tag + "-out.pdf")});
+      ASSERT_EQ(r.exitCode, 0) << tag << "\n" << lastRun;
+      for (const PageBoxes &p : boxes(path(tag + "-out.pdf"), 2))
+        expectBox(p.crop, region, 1.0 / 16, tag + "\n" + lastRun);
+    }
+  }
+}
+
+TEST_F(Users, ScriptDragAndClickNamePagePointsExactly)
+{
+  write("in.pdf", {page({0, 0, 609.714, 789.041}, 90)});
+  // At the script's own zoom of 50% too: snapshots keep that zoom.
+  RunResult r = script("open " + path("in.pdf") +
+                       "\nzoom 50\nbutton QUIL:PageShear\ndrag 33.33 700.7 500.05 90.9\nanswer Current\n"
+                       "click 200 400\nsnapshot " +
+                       path("half.png") + "\nsave " + path("out.pdf") + "\n");
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  expectBox(boxes(path("out.pdf"))[0].crop, {33.33, 90.9, 500.05, 700.7}, 1.0 / 16, lastRun);
+  e2e::Image shot;
+  ASSERT_TRUE(e2e::readPng(path("half.png"), shot)) << lastRun;
+  // The rotated page at 50%: 789.041 / 2 pt across, plus the view's margins.
+  EXPECT_NEAR(shot.width, 789.041 / 2 + 16, 1.0);
+}
+
+// ---- bounding-box margins ---------------------------------------------------------------
+
+TEST_F(Users, BBoxMarginWidensEveryBoundingBoxAndTheMediaBoxStillClips)
+{
+  write("in.pdf", {withRect(page(), {100, 200, 300, 400}), withRect(page(), {5, 10, 600, 785})});
+  RunResult r =
+      folio({"--bbox-margin", "12.5", "--crop-bbox", "each", path("in.pdf"), "-o", path("out.pdf")});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  auto b = boxes(path("out.pdf"), 2);
+  expectBox(b[0].crop, {87.5, 187.5, 312.5, 412.5}, 0.25, lastRun);
+  expectBox(b[1].crop, kLetter, 0.25, lastRun);
+}
+
+TEST_F(Users, BBoxMarginFromTheConfigFileAndTheCommandLineBeatsIt)
+{
+  write("in.pdf", {withRect(page(), {100, 200, 300, 400})});
+  ::mkdir(dir.file("folio").c_str(), 0755); // the config folder (XDG_CONFIG_HOME is the test's)
+  e2e::writeFile(dir.file("folio/folio.conf"), "bbox-margin = 20\n");
+  RunResult r = folio({"--crop-bbox", "each", path("in.pdf"), "-o", path("conf.pdf")});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  expectBox(boxes(path("conf.pdf"))[0].crop, {80, 180, 320, 420}, 0.25, lastRun);
+  r = folio({"--bbox-margin", "0", "--crop-bbox", "each", path("in.pdf"), "-o", path("zero.pdf")});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  expectBox(boxes(path("zero.pdf"))[0].crop, {100, 200, 300, 400}, 0.25, lastRun);
+}
+
+TEST_F(Users, BadBBoxMarginIsACommandLineError)
+{
+  RunResult r = folio({"--bbox-margin", "-3", "--crop-bbox", "each", "in.pdf", "-o", "out.pdf"});
+  EXPECT_EQ(r.exitCode, 2) << lastRun;
+  EXPECT_TRUE(contains(r.err, "--bbox-margin takes points from 0 to 1000, not \"-3\"")) << lastRun;
+}
+
+// ---- page selections --------------------------------------------------------------------
+
+TEST_F(Users, BBoxCropOfAListOfPagesGoesPageByPage)
+{
+  std::vector<gen::PageSpec> pages;
+  for (int i = 0; i < 5; ++i)
+    pages.push_back(withRect(page(), {100.0 + i, 200, 300, 400}));
+  write("in.pdf", pages);
+  RunResult r = folio({"--crop-bbox", "each", "--pages", "1,3-", path("in.pdf"), "-o", path("out.pdf")});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  auto b = boxes(path("out.pdf"), 5);
+  for (int i = 0; i < 5; ++i) {
+    if (i == 1)
+      EXPECT_FALSE(b[i].hasCropBox) << lastRun;
+    else
+      expectBox(b[i].crop, {100.0 + i, 200, 300, 400}, 0.25, lastRun);
+  }
+  EXPECT_FALSE(contains(r.out, "unchanged:")) << lastRun;
+  EXPECT_EQ(e2e::linesStartingWith(r.out, "question: Crop which pages").size(), 4u) << lastRun;
+}
+
+TEST_F(Users, ResetOfEvenPagesAndTheUnchangedOnesAreReported)
+{
+  write("in.pdf", {withCrop(page(), {10, 10, 600, 780}), withCrop(page(), {20, 20, 590, 770}),
+                   withCrop(page(), {30, 30, 580, 760}), page()});
+  RunResult r = folio({"--reset-media-box", "all", "--pages", "even", path("in.pdf"), "-o", path("out.pdf")});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  auto b = boxes(path("out.pdf"), 4);
+  expectBox(b[0].crop, {10, 10, 600, 780}, 1e-9, lastRun);
+  expectBox(b[1].crop, kLetter, 1e-9, lastRun);
+  expectBox(b[2].crop, {30, 30, 580, 760}, 1e-9, lastRun);
+  EXPECT_TRUE(contains(r.out, "unchanged: page 4: its crop box is its media box already\n")) << lastRun;
+  EXPECT_FALSE(contains(r.out, "unchanged: page 2")) << lastRun;
+}
+
+TEST_F(Users, RegionCropOfOddPagesReportsThePageThePlugInRefused)
+{
+  // The region lies wholly off the third page's media box.
+  write("in.pdf", {page(), page(), page({1000, 1000, 1612, 1792}), page()});
+  RunResult r =
+      folio({"--crop-region", "72 72 540 720", "--pages", "odd", path("in.pdf"), "-o", path("out.pdf")});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  auto b = boxes(path("out.pdf"), 4);
+  expectBox(b[0].crop, {72, 72, 540, 720}, 1.0 / 16, lastRun);
+  EXPECT_FALSE(b[1].hasCropBox) << lastRun;
+  EXPECT_FALSE(b[2].hasCropBox) << lastRun;
+  EXPECT_FALSE(b[3].hasCropBox) << lastRun;
+  auto lines = e2e::linesStartingWith(r.out, "unchanged: ");
+  ASSERT_EQ(lines.size(), 1u) << lastRun;
+  EXPECT_EQ(lines[0].rfind("unchanged: page 3: ", 0), 0u) << lastRun;
+  // The reason is what the plug-in said on that page.
+  auto notes = e2e::linesStartingWith(r.out, "note: ");
+  ASSERT_FALSE(notes.empty()) << lastRun;
+  EXPECT_EQ(lines[0].substr(19), notes.back().substr(6)) << lastRun;
+}
+
+TEST_F(Users, PrintScriptShowsThePageByPageScript)
+{
+  write("in.pdf", {page(), page(), page()});
+  RunResult r = folio({"--reset-media-box", "all", "--pages", "2-3", "--print-script", path("in.pdf"), "-o",
+                       path("out.pdf")});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  EXPECT_TRUE(contains(r.out, "page 2\nanswer Current\nmenu QUIL:PageShearMediaBox\npage 3\nanswer "
+                              "Current\nmenu QUIL:PageShearMediaBox\nsave "))
+      << lastRun;
+  EXPECT_FALSE(contains(r.out, "page 1\n")) << lastRun;
+}
+
+TEST_F(Users, BadPageSelectionsAreClearErrors)
+{
+  write("in.pdf", {page(), page(), page()});
+  struct Case {
+    std::vector<std::string> pages;
+    const char *message;
+  } cases[] = {
+      {{"--pages", "3-1"}, "the range 3-1 runs backwards"},
+      {{"--pages", "1,,2"}, "an empty item"},
+      {{"--pages", "x"}, "\"x\" is not a page number"},
+      {{"--pages", "0"}, "\"0\" is not a page number"},
+      {{"--pages", "2,9"}, "--pages 2,9: page 9 is past the end (the document has 3 pages)"},
+  };
+  for (const Case &c : cases) {
+    std::vector<std::string> args{"--crop-bbox", "each"};
+    args.insert(args.end(), c.pages.begin(), c.pages.end());
+    args.insert(args.end(), {path("in.pdf"), "-o", path("out.pdf")});
+    RunResult r = folio(args);
+    EXPECT_EQ(r.exitCode, 2) << c.pages[1] << "\n" << lastRun;
+    EXPECT_TRUE(contains(r.err, c.message)) << c.pages[1] << "\n" << lastRun;
+  }
+  RunResult r = folio({"--crop-bbox", "biggest", "--pages", "1-2", path("in.pdf"), "-o", path("out.pdf")});
+  EXPECT_EQ(r.exitCode, 2) << lastRun;
+  EXPECT_TRUE(contains(r.err, "--crop-bbox biggest crops all pages to the biggest bounding box")) << lastRun;
+  EXPECT_FALSE(e2e::fileExists(path("out.pdf")));
+}
