@@ -92,13 +92,19 @@ protected:
     return path;
   }
 
-  // Starts folio on `pdf` and waits until its page view is up.
+  // Starts folio on `pdf` and waits until its page view is up. The viewer
+  // keeps its View menu choices in the config file: unless `env` names one,
+  // it gets a folder of this test's own, never the user's.
   void startFolio(const std::string &pdf, const std::vector<std::string> &env = {})
   {
     std::vector<std::string> argv{GUI_FOLIO};
     if (!pdf.empty())
       argv.push_back(pdf);
-    folio = guitest::spawn(argv, xvfb.display(), env, dir + "/folio.log");
+    std::vector<std::string> fullEnv = env;
+    if (std::none_of(env.begin(), env.end(),
+                     [](const std::string &e) { return e.rfind("XDG_CONFIG_HOME=", 0) == 0; }))
+      fullEnv.push_back("XDG_CONFIG_HOME=" + dir + "/config");
+    folio = guitest::spawn(argv, xvfb.display(), fullEnv, dir + "/folio.log");
     ASSERT_GT(folio, 0);
     pageView = guitest::findWindow(xvfb.display(), "page view", 20000);
     ASSERT_NE(pageView, 0u) << "the viewer did not come up";
@@ -841,7 +847,9 @@ TEST_F(GuiViewer, TheReadOnlyEditionsEmptyExtensionsMenuSaysSo)
   std::string pdf = makePdf("letter.pdf", {"--rect", "100,100,300,300"});
   // The plug-in notes at start that it needs the editing edition; the
   // viewer comes up once the note is answered.
-  folio = guitest::spawn({GUI_FOLIO, pdf}, xvfb.display(), {"FOLIO_EDITION=read-only"}, dir + "/folio.log");
+  folio =
+      guitest::spawn({GUI_FOLIO, pdf}, xvfb.display(),
+                     {"FOLIO_EDITION=read-only", "XDG_CONFIG_HOME=" + dir + "/config"}, dir + "/folio.log");
   ASSERT_GT(folio, 0);
   if (guitest::findWindow(xvfb.display(), "OK", 20000))
     press("OK");
