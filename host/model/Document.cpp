@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <unordered_set>
@@ -59,7 +60,26 @@ std::string baseName(const std::string &path)
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+std::mutex gEngineMutex[FZ_LOCK_MAX];
+
+void lockEngine(void *, int lock)
+{
+  gEngineMutex[lock].lock();
+}
+
+void unlockEngine(void *, int lock)
+{
+  gEngineMutex[lock].unlock();
+}
+
+const fz_locks_context gEngineLocks = {nullptr, lockEngine, unlockEngine};
+
 } // namespace
+
+const fz_locks_context *engineLocks()
+{
+  return &gEngineLocks;
+}
 
 Fixed toFixed(double v)
 {
@@ -184,6 +204,7 @@ Document::Document() : impl_(std::make_unique<DocumentImpl>()) {}
 Document::~Document()
 {
   DocumentImpl &d = *impl_;
+  stopBBoxAhead(d);
   for (auto &p : pages_) {
     if (p && p->impl_) {
       fz_drop_display_list(d.ctx, p->impl_->list);
@@ -227,7 +248,7 @@ std::unique_ptr<Document> Document::open(const std::string &path, PasswordPort *
   std::unique_ptr<Document> doc(new Document());
   DocumentImpl &d = *doc->impl_;
   d.path = path;
-  d.ctx = fz_new_context(nullptr, nullptr, FZ_STORE_DEFAULT);
+  d.ctx = fz_new_context(nullptr, engineLocks(), FZ_STORE_DEFAULT);
   if (!d.ctx)
     throw ModelError(ModelErrorKind::Engine, "Not enough memory to open \"" + name + "\".");
   fz_set_warning_callback(d.ctx, quietWarning, &d);

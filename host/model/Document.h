@@ -76,6 +76,10 @@ public:
   bool save(bool forceFull = false);
   bool saveAs(const std::string &path, bool forceFull = false);
 
+  // Stops work the model does ahead of the caller (page bounding boxes
+  // measured by worker threads) at once; for a cancelled command.
+  void stopBackgroundWork();
+
   // Observers are not owned; adding one twice registers it once.
   void addObserver(DocumentObserver *observer);
   void removeObserver(DocumentObserver *observer);

@@ -59,43 +59,47 @@ PageImpl &loadedPage(Page &page)
   return *pi;
 }
 
+fz_display_list *buildDisplayList(DocumentImpl &d, pdf_page *page)
+{
+  fz_context *ctx = d.ctx;
+  fz_rect bounds;
+  fz_matrix pageCtm;
+  pdf_page_transform(ctx, page, &bounds, &pageCtm);
+  // Undo the engine's own page transform: the list is in page space.
+  fz_matrix toPageSpace = fz_invert_matrix(pageCtm);
+  fz_rect media = pageMediaBox(d, page->obj);
+  fz_display_list *list = fz_new_display_list(ctx, media);
+  fz_device *dev = nullptr;
+  fz_var(dev);
+  fz_try(ctx)
+  {
+    dev = fz_new_list_device(ctx, list);
+    pdf_run_page_contents(ctx, page, dev, toPageSpace, nullptr);
+    pdf_run_page_annots(ctx, page, dev, toPageSpace, nullptr);
+    pdf_run_page_widgets(ctx, page, dev, toPageSpace, nullptr);
+    fz_close_device(ctx, dev);
+  }
+  fz_always(ctx)
+  {
+    fz_drop_device(ctx, dev);
+  }
+  fz_catch(ctx)
+  {
+    fz_drop_display_list(ctx, list);
+    fz_rethrow(ctx);
+  }
+  return list;
+}
+
 fz_display_list *pageDisplayList(Page &page)
 {
   PageImpl &pi = loadedPage(page);
   if (pi.list)
     return pi.list;
   DocumentImpl &d = page.document().impl();
-  fz_context *ctx = d.ctx;
   fz_display_list *list = nullptr;
-  engineCall(ctx, ModelErrorKind::Engine, "Cannot read the page contents", [&] {
-    fz_rect bounds;
-    fz_matrix pageCtm;
-    pdf_page_transform(ctx, pi.page, &bounds, &pageCtm);
-    // Undo the engine's own page transform: the list is in page space.
-    fz_matrix toPageSpace = fz_invert_matrix(pageCtm);
-    fz_rect media = pageMediaBox(d, pi.page->obj);
-    list = fz_new_display_list(ctx, media);
-    fz_device *dev = nullptr;
-    fz_var(dev);
-    fz_try(ctx)
-    {
-      dev = fz_new_list_device(ctx, list);
-      pdf_run_page_contents(ctx, pi.page, dev, toPageSpace, nullptr);
-      pdf_run_page_annots(ctx, pi.page, dev, toPageSpace, nullptr);
-      pdf_run_page_widgets(ctx, pi.page, dev, toPageSpace, nullptr);
-      fz_close_device(ctx, dev);
-    }
-    fz_always(ctx)
-    {
-      fz_drop_device(ctx, dev);
-    }
-    fz_catch(ctx)
-    {
-      fz_drop_display_list(ctx, list);
-      list = nullptr;
-      fz_rethrow(ctx);
-    }
-  });
+  engineCall(d.ctx, ModelErrorKind::Engine, "Cannot read the page contents",
+             [&] { list = buildDisplayList(d, pi.page); });
   pi.list = list;
   return list;
 }
