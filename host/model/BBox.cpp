@@ -595,8 +595,9 @@ constexpr int kPlateau = 3; // grey levels: two inner pixels this close show the
 // Ink lighter than 255 - kPale gives few grey levels to place an edge by:
 // it is looked at closely; lighter than 255 - kVeryPale, at kZoomFine.
 constexpr int kPale = 64;
-constexpr int kVeryPale = 16;
-constexpr double kFull = 0.98; // coverage from which an edge pixel counts as wholly covered
+constexpr int kVeryPale = 12;
+constexpr double kSlack = 1.0 / 16; // of a pixel: coverages this close show the same edge
+constexpr double kFull = 0.98;      // coverage from which an edge pixel counts as wholly covered
 
 // How much of the edge pixel `v` the ink covers. Its colour is the ink's
 // next to it: the two pixels inwards, when they agree (a plateau: the ink is
@@ -627,11 +628,10 @@ double lineCoverage(const Grey &g, Edge e, int at, int first, int last, int &whe
 {
   double best = -1, darkCover = -1;
   int dark = first;
-  pale = false;
+  bool darkPale = false;
   for (int k = first; k <= last; ++k) {
     bool s, p;
     double c = coverage(g, e, at, k, s, p);
-    pale = pale || p;
     if (s && c > best) {
       best = c;
       where = k;
@@ -639,11 +639,16 @@ double lineCoverage(const Grey &g, Edge e, int at, int first, int last, int &whe
     if (!s && c > darkCover) {
       darkCover = c;
       dark = k;
+      darkPale = p;
     }
   }
   // An unsure pixel's coverage is a lower bound: one that already covers
   // more than the sure ones may lie further out, and is looked at closely.
-  sure = best >= 0 && best >= darkCover;
+  // A pale one must cover clearly more: a row that the ink only grazes, pale
+  // for that, shows the same edge as the rows it covers, give or take a grey
+  // level.
+  sure = best >= 0 && best + (darkPale ? kSlack : 0) >= darkCover;
+  pale = !sure && darkPale;
   if (!sure) {
     where = dark;
     return darkCover;
