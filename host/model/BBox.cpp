@@ -984,14 +984,12 @@ private:
       } catch (const ModelError &) {
         failed = true;
       }
-      if (job->cookie.abort)
-        failed = true; // an aborted run leaves a partial answer
       fz_drop_display_list(ctx, job->list);
       {
         std::lock_guard<std::mutex> lock(m_);
         job->list = nullptr;
         job->found = found;
-        job->failed = failed;
+        job->failed = failed || job->cookie.abort; // an aborted run leaves a partial answer
         job->box = box;
         job->state = AheadJob::Done;
       }
