@@ -17,11 +17,32 @@
 //     stays white (white paint over ink, or generous bounds) moves the search
 //     inwards with a deeper strip.
 // The result is clipped to the media box.
+//
+// Measuring ahead: when the boxes of consecutive pages are asked for (a
+// bounding-box command going through a document), the following pages are
+// measured ahead by worker threads, one per core, each on its own clone of
+// the document's engine context. The document is read only on the calling
+// thread, which builds each page's display list; the workers run the lists.
+// At most kWindow pages are ahead, so memory stays bounded. The answers are
+// the same as measuring on the calling thread: the same list, the same steps;
+// a page without marks answers its crop box at the time of the call; a page
+// whose measuring failed ahead is measured again on the calling thread, so its
+// error is reported as before. A call out of order, a save, the document's end
+// or a cancel (Document::stopBackgroundWork) stop the workers at once: their
+// engine runs are aborted through their fz_cookie.
 #include <algorithm>
+#include <atomic>
 #include <cfloat>
+#include <chrono>
 #include <cmath>
+#include <condition_variable>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 #include "BudgetEngine.h"
@@ -576,8 +597,9 @@ constexpr int kPlateau = 3; // grey levels: two inner pixels this close show the
 // Ink lighter than 255 - kPale gives few grey levels to place an edge by:
 // it is looked at closely; lighter than 255 - kVeryPale, at kZoomFine.
 constexpr int kPale = 64;
-constexpr int kVeryPale = 16;
-constexpr double kFull = 0.98; // coverage from which an edge pixel counts as wholly covered
+constexpr int kVeryPale = 12;
+constexpr double kSlack = 1.0 / 16; // of a pixel: coverages this close show the same edge
+constexpr double kFull = 0.98;      // coverage from which an edge pixel counts as wholly covered
 
 // How much of the edge pixel `v` the ink covers. Its colour is the ink's
 // next to it: the two pixels inwards, when they agree (a plateau: the ink is
@@ -608,11 +630,10 @@ double lineCoverage(const Grey &g, Edge e, int at, int first, int last, int &whe
 {
   double best = -1, darkCover = -1;
   int dark = first;
-  pale = false;
+  bool darkPale = false;
   for (int k = first; k <= last; ++k) {
     bool s, p;
     double c = coverage(g, e, at, k, s, p);
-    pale = pale || p;
     if (s && c > best) {
       best = c;
       where = k;
@@ -620,11 +641,16 @@ double lineCoverage(const Grey &g, Edge e, int at, int first, int last, int &whe
     if (!s && c > darkCover) {
       darkCover = c;
       dark = k;
+      darkPale = p;
     }
   }
   // An unsure pixel's coverage is a lower bound: one that already covers
   // more than the sure ones may lie further out, and is looked at closely.
-  sure = best >= 0 && best >= darkCover;
+  // A pale one must cover clearly more: a row that the ink only grazes, pale
+  // for that, shows the same edge as the rows it covers, give or take a grey
+  // level.
+  sure = best >= 0 && best + (darkPale ? kSlack : 0) >= darkCover;
+  pale = !sure && darkPale;
   if (!sure) {
     where = dark;
     return darkCover;
@@ -809,13 +835,279 @@ bool measureInk(fz_context *ctx, fz_display_list *list, fz_rect media, fz_cookie
   return !fz_is_empty_rect(box);
 }
 
+// ---- measuring ahead -------------------------------------------------------------
+
+constexpr int kWindow = 6; // pages measured ahead at most (display lists held)
+
+struct AheadJob {
+  int page = 0;
+  fz_display_list *list = nullptr; // dropped by whoever finishes the job
+  fz_rect media = fz_empty_rect;
+  fz_cookie cookie{};
+  enum State { Queued, Running, Done } state = Queued;
+  bool found = false, failed = false;
+  fz_rect box = fz_empty_rect;
+};
+
+// Workers: how many threads measure ahead (0: none). One per core; the
+// environment variable FOLIO_BBOX_THREADS overrides it.
+int workerCount()
+{
+  if (const char *env = std::getenv("FOLIO_BBOX_THREADS"))
+    return std::max(0, std::min(16, std::atoi(env)));
+  unsigned n = std::thread::hardware_concurrency();
+  return n ? static_cast<int>(std::min(n, 16u)) : 1;
+}
+
+} // namespace
+
+class BBoxAhead {
+public:
+  BBoxAhead(fz_context *ctx, int workers) : ctx_(ctx)
+  {
+    for (int i = 0; i < workers; ++i) {
+      fz_context *clone = fz_clone_context(ctx);
+      if (!clone)
+        break;
+      // The clone would share the document's warning sink, which is not
+      // meant for other threads.
+      fz_set_warning_callback(clone, nullptr, nullptr);
+      fz_set_error_callback(clone, nullptr, nullptr);
+      try {
+        threads_.emplace_back([this, clone] { work(clone); });
+      } catch (...) {
+        fz_drop_context(clone);
+        break;
+      }
+    }
+  }
+
+  ~BBoxAhead()
+  {
+    {
+      std::lock_guard<std::mutex> lock(m_);
+      stop_ = true;
+      for (auto &j : jobs_)
+        j->cookie.abort = 1;
+    }
+    cv_.notify_all();
+    for (std::thread &t : threads_)
+      t.join();
+    for (auto &j : jobs_)
+      fz_drop_display_list(ctx_, j->list);
+  }
+
+  bool running() const { return !threads_.empty(); }
+  // The next page this expects to be asked for.
+  int expected() const { return expected_; }
+  bool has(int page)
+  {
+    std::lock_guard<std::mutex> lock(m_);
+    return std::any_of(jobs_.begin(), jobs_.end(), [&](const auto &j) { return j->page == page; });
+  }
+
+  // Queues page `page` with its display list (taken over) and media box.
+  void add(int page, fz_display_list *list, fz_rect media)
+  {
+    auto job = std::make_unique<AheadJob>();
+    job->page = page;
+    job->list = list;
+    job->media = media;
+    {
+      std::lock_guard<std::mutex> lock(m_);
+      jobs_.push_back(std::move(job));
+      next_ = page + 1;
+    }
+    cv_.notify_all();
+  }
+
+  int queued()
+  {
+    std::lock_guard<std::mutex> lock(m_);
+    return static_cast<int>(jobs_.size());
+  }
+  int next() const { return next_; }
+  void setNext(int page) { next_ = page; }
+
+  // Waits for page `page` (queued) while `topUp` queues more pages; returns
+  // its result and forgets it. False when it failed ahead.
+  template <class TopUp> bool take(int page, TopUp &&topUp, bool &found, fz_rect &box)
+  {
+    expected_ = page + 1;
+    for (;;) {
+      {
+        std::unique_lock<std::mutex> lock(m_);
+        auto it = std::find_if(jobs_.begin(), jobs_.end(), [&](const auto &j) { return j->page == page; });
+        if (it == jobs_.end())
+          return false;
+        if ((*it)->state == AheadJob::Done) {
+          bool ok = !(*it)->failed;
+          found = (*it)->found;
+          box = (*it)->box;
+          jobs_.erase(it);
+          return ok;
+        }
+        if (static_cast<int>(jobs_.size()) >= kWindow || !topUp.more()) {
+          // The caller's own page work may be stopped meanwhile (its budget
+          // or the user's cancel): then it stops waiting, and the workers too.
+          cv_.wait_for(lock, std::chrono::milliseconds(20));
+          if (fz_cookie *mine = pageWorkCookie(ctx_); mine && mine->abort) {
+            for (auto &j : jobs_)
+              j->cookie.abort = 1;
+            return false;
+          }
+          continue;
+        }
+      }
+      topUp.one(); // builds a display list on this thread, outside the lock
+    }
+  }
+
+private:
+  void work(fz_context *ctx)
+  {
+    for (;;) {
+      AheadJob *job = nullptr;
+      {
+        std::unique_lock<std::mutex> lock(m_);
+        for (;;) {
+          if (stop_)
+            break;
+          auto it = std::find_if(jobs_.begin(), jobs_.end(),
+                                 [](const auto &j) { return j->state == AheadJob::Queued; });
+          if (it != jobs_.end()) {
+            job = it->get();
+            job->state = AheadJob::Running;
+            break;
+          }
+          cv_.wait(lock);
+        }
+      }
+      if (!job)
+        break;
+      bool found = false, failed = false;
+      fz_rect box = fz_empty_rect;
+      try {
+        engineCall(ctx, ModelErrorKind::Engine, "",
+                   [&] { found = measureInk(ctx, job->list, job->media, &job->cookie, box); });
+      } catch (const ModelError &) {
+        failed = true;
+      }
+      fz_drop_display_list(ctx, job->list);
+      {
+        std::lock_guard<std::mutex> lock(m_);
+        job->list = nullptr;
+        job->found = found;
+        job->failed = failed || job->cookie.abort; // an aborted run leaves a partial answer
+        job->box = box;
+        job->state = AheadJob::Done;
+      }
+      cv_.notify_all();
+    }
+    fz_drop_context(ctx);
+  }
+
+  fz_context *ctx_;
+  std::vector<std::thread> threads_;
+  std::mutex m_;
+  std::condition_variable cv_;
+  std::deque<std::unique_ptr<AheadJob>> jobs_; // in page order; at most kWindow
+  bool stop_ = false;
+  int next_ = 0;     // the next page to queue
+  int expected_ = 0; // the page after the last one asked for
+};
+
+void stopBBoxAhead(DocumentImpl &d) noexcept
+{
+  delete d.ahead;
+  d.ahead = nullptr;
+}
+
+void Document::stopBackgroundWork()
+{
+  stopBBoxAhead(*impl_);
+}
+
+namespace {
+
+// A page's display list for measuring ahead, built on the calling thread
+// (the only one that reads the document) and owned by the caller; null when
+// it cannot be built (the page is then measured on the calling thread).
+fz_display_list *listForAhead(DocumentImpl &d, int index, fz_rect &media)
+{
+  pdf_page *page = nullptr;
+  try {
+    page = loadEnginePage(d, index);
+  } catch (const ModelError &) {
+    return nullptr;
+  }
+  fz_display_list *list = nullptr;
+  fz_context *ctx = d.ctx;
+  try {
+    engineCall(ctx, ModelErrorKind::Engine, "", [&] {
+      media = pageMediaBox(d, page->obj);
+      list = buildDisplayList(d, page, pageWorkCookie(ctx));
+    });
+  } catch (const ModelError &) {
+    list = nullptr;
+  }
+  fz_drop_page(ctx, reinterpret_cast<fz_page *>(page));
+  return list;
+}
+
+// Queues the pages after those already ahead, one display list at a time.
+struct TopUp {
+  DocumentImpl &d;
+  BBoxAhead &ahead;
+  bool more() const { return ahead.next() < d.pageCount; }
+  void one()
+  {
+    int page = ahead.next();
+    fz_rect media = fz_empty_rect;
+    fz_display_list *list = listForAhead(d, page, media);
+    if (list)
+      ahead.add(page, list, media);
+    else
+      ahead.setNext(page + 1); // measured on the calling thread when asked for
+  }
+};
+
 } // namespace
 
 FixedRect Page::measureBBox()
 {
-  fz_display_list *list = pageDisplayList(*this);
   DocumentImpl &d = doc_->impl();
   fz_context *ctx = d.ctx;
+  // Measuring ahead starts with the second call in a row for consecutive
+  // pages; any other call stops it.
+  if (d.ahead && d.ahead->expected() != index_)
+    stopBBoxAhead(d);
+  if (!d.ahead && d.lastBBoxPage == index_ - 1 && index_ + 1 < d.pageCount) {
+    int workers = workerCount();
+    if (workers > 0) {
+      d.ahead = new BBoxAhead(ctx, workers);
+      if (!d.ahead->running())
+        stopBBoxAhead(d);
+      else
+        d.ahead->setNext(index_);
+    }
+  }
+  d.lastBBoxPage = index_;
+  if (d.ahead) {
+    TopUp topUp{d, *d.ahead};
+    if (!d.ahead->has(index_) && d.ahead->next() == index_)
+      topUp.one();
+    bool found = false;
+    fz_rect box = fz_empty_rect;
+    bool ok = d.ahead->take(index_, topUp, found, box);
+    if (index_ + 1 >= d.pageCount)
+      stopBBoxAhead(d); // the last page: nothing left to measure ahead
+    if (ok)
+      return found ? toFixedRect(box) : cropBox(); // a page without marks: its crop box as it is now
+    // not measured ahead (its list could not be built, or measuring failed):
+    // measured here, as without workers
+  }
+  fz_display_list *list = pageDisplayList(*this);
   fz_rect media = toRect(mediaBox());
   bool found = false;
   fz_rect box = fz_empty_rect;

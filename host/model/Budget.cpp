@@ -2,6 +2,8 @@
 // work for one page (see Budget.h).
 #include "BudgetEngine.h"
 
+#include "Engine.h"
+
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -46,12 +48,14 @@ constexpr size_t kHeader = alignof(std::max_align_t) > sizeof(size_t) ? alignof(
 
 } // namespace
 
+// Shared by a context and its clones (the bounding-box workers allocate
+// through it from their own threads), so every field is atomic.
 struct Meter {
-  size_t used = 0;     // bytes the engine holds now
-  int depth = 0;       // PageWorks running (nested)
-  size_t limit = 0;    // while one runs: used may not pass this
-  double deadline = 0; // while one runs: monotonic seconds
-  unsigned ticks = 0;  // allocations since the last look at the clock
+  std::atomic<size_t> used{0};     // bytes the engine holds now
+  std::atomic<int> depth{0};       // PageWorks running (nested)
+  std::atomic<size_t> limit{0};    // while one runs: used may not pass this
+  std::atomic<double> deadline{0}; // while one runs: monotonic seconds
+  std::atomic<unsigned> ticks{0};  // allocations since the last look at the clock
   // Set by the engine's thread and by the watchdog.
   std::atomic<PageWork::Stop> stop{PageWork::Stop::None};
   fz_cookie cookie{};
@@ -71,7 +75,7 @@ struct Meter {
     if (stop.load() == PageWork::Stop::None) {
       if (gCancel.load(std::memory_order_relaxed))
         halt(PageWork::Stop::Cancelled);
-      else if (more > limit || used > limit - more)
+      else if (size_t l = limit.load(), u = used.load(); more > l || u > l - more)
         halt(PageWork::Stop::Memory);
       else if ((++ticks & 63) == 0 && nowSeconds() > deadline)
         halt(PageWork::Stop::Time);
@@ -178,7 +182,10 @@ void *meteredRealloc(void *user, void *ptr, size_t size)
   if (!q)
     return nullptr;
   std::memcpy(q, &size, sizeof size);
-  m->used = m->used - old + size;
+  if (size >= old)
+    m->used += size - old;
+  else
+    m->used -= old - size;
   return q + kHeader;
 }
 
@@ -205,7 +212,8 @@ fz_context *newMeteredContext()
   if (!m)
     return nullptr;
   fz_alloc_context alloc{m, meteredMalloc, meteredRealloc, meteredFree};
-  fz_context *ctx = fz_new_context(&alloc, nullptr, FZ_STORE_DEFAULT);
+  // With the engine's locks, so that the context can be cloned for threads.
+  fz_context *ctx = fz_new_context(&alloc, engineLocks(), FZ_STORE_DEFAULT);
   if (!ctx)
     delete m;
   return ctx;

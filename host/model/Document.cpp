@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <unordered_set>
@@ -60,7 +61,26 @@ std::string baseName(const std::string &path)
   return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
+std::mutex gEngineMutex[FZ_LOCK_MAX];
+
+void lockEngine(void *, int lock)
+{
+  gEngineMutex[lock].lock();
+}
+
+void unlockEngine(void *, int lock)
+{
+  gEngineMutex[lock].unlock();
+}
+
+const fz_locks_context gEngineLocks = {nullptr, lockEngine, unlockEngine};
+
 } // namespace
+
+const fz_locks_context *engineLocks()
+{
+  return &gEngineLocks;
+}
 
 Fixed toFixed(double v)
 {
@@ -114,6 +134,7 @@ Document::Document() : impl_(std::make_unique<DocumentImpl>()) {}
 Document::~Document()
 {
   DocumentImpl &d = *impl_;
+  stopBBoxAhead(d);
   for (auto &p : pages_) {
     if (p && p->impl_) {
       fz_drop_display_list(d.ctx, p->impl_->list);

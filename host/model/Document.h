@@ -97,6 +97,9 @@ public:
   CropHistory &history() { return history_; }
   bool undo();
   bool redo();
+  // Stops work the model does ahead of the caller (page bounding boxes
+  // measured by worker threads) at once; for a cancelled command.
+  void stopBackgroundWork();
 
   // Observers are not owned; adding one twice registers it once.
   void addObserver(DocumentObserver *observer);

@@ -20,8 +20,14 @@ extern "C" {
 
 namespace folio::model {
 
+class BBoxAhead;
+
 struct DocumentImpl {
-  fz_context *ctx = nullptr;
+  fz_context *ctx = nullptr; // created with the engine's locks (engineLocks), so it can be cloned
+  // Page bounding boxes measured ahead of the plug-in's calls by worker
+  // threads (BBox.cpp); null while none run. Stopped by stopBBoxAhead.
+  BBoxAhead *ahead = nullptr;
+  int lastBBoxPage = -2; // the page whose bounding box was asked for last
   pdf_document *doc = nullptr;
   std::string path;     // the file the engine reads
   std::string password; // the password that opened it ("" for none)
@@ -76,6 +82,13 @@ template <class Body> void engineCall(fz_context *ctx, ModelErrorKind kind, cons
   if (cppFailed)
     throw ModelError(kind, std::string(what) + ": out of memory");
 }
+
+// Real mutexes for the engine's locks, shared by every context of the
+// process: a context made with them can be cloned for other threads.
+const fz_locks_context *engineLocks();
+// Stops the bounding-box workers of `d` at once (their engine runs are
+// aborted) and frees what they hold. Before the document or its context go.
+void stopBBoxAhead(DocumentImpl &d) noexcept;
 
 // Page-space rectangles between the engine (floats) and the interface (16.16).
 Fixed toFixed(double v);

@@ -80,6 +80,38 @@ std::string overBudgetMessage(const Page &page, PageWork::Stop stop)
   }
 }
 
+fz_display_list *buildDisplayList(DocumentImpl &d, pdf_page *page, fz_cookie *cookie)
+{
+  fz_context *ctx = d.ctx;
+  fz_rect bounds;
+  fz_matrix pageCtm;
+  pdf_page_transform(ctx, page, &bounds, &pageCtm);
+  // Undo the engine's own page transform: the list is in page space.
+  fz_matrix toPageSpace = fz_invert_matrix(pageCtm);
+  fz_rect media = pageMediaBox(d, page->obj);
+  fz_display_list *list = fz_new_display_list(ctx, media);
+  fz_device *dev = nullptr;
+  fz_var(dev);
+  fz_try(ctx)
+  {
+    dev = fz_new_list_device(ctx, list);
+    pdf_run_page_contents(ctx, page, dev, toPageSpace, cookie);
+    pdf_run_page_annots(ctx, page, dev, toPageSpace, cookie);
+    pdf_run_page_widgets(ctx, page, dev, toPageSpace, cookie);
+    fz_close_device(ctx, dev);
+  }
+  fz_always(ctx)
+  {
+    fz_drop_device(ctx, dev);
+  }
+  fz_catch(ctx)
+  {
+    fz_drop_display_list(ctx, list);
+    fz_rethrow(ctx);
+  }
+  return list;
+}
+
 fz_display_list *pageDisplayList(Page &page)
 {
   PageImpl &pi = loadedPage(page);
@@ -91,35 +123,8 @@ fz_display_list *pageDisplayList(Page &page)
   PageWork work(ctx);
   fz_cookie *cookie = work.cookie();
   try {
-    engineCall(ctx, ModelErrorKind::Engine, "Cannot read the page contents", [&] {
-      fz_rect bounds;
-      fz_matrix pageCtm;
-      pdf_page_transform(ctx, pi.page, &bounds, &pageCtm);
-      // Undo the engine's own page transform: the list is in page space.
-      fz_matrix toPageSpace = fz_invert_matrix(pageCtm);
-      fz_rect media = pageMediaBox(d, pi.page->obj);
-      list = fz_new_display_list(ctx, media);
-      fz_device *dev = nullptr;
-      fz_var(dev);
-      fz_try(ctx)
-      {
-        dev = fz_new_list_device(ctx, list);
-        pdf_run_page_contents(ctx, pi.page, dev, toPageSpace, cookie);
-        pdf_run_page_annots(ctx, pi.page, dev, toPageSpace, cookie);
-        pdf_run_page_widgets(ctx, pi.page, dev, toPageSpace, cookie);
-        fz_close_device(ctx, dev);
-      }
-      fz_always(ctx)
-      {
-        fz_drop_device(ctx, dev);
-      }
-      fz_catch(ctx)
-      {
-        fz_drop_display_list(ctx, list);
-        list = nullptr;
-        fz_rethrow(ctx);
-      }
-    });
+    engineCall(ctx, ModelErrorKind::Engine, "Cannot read the page contents",
+               [&] { list = buildDisplayList(d, pi.page, cookie); });
   } catch (const ModelError &) {
     if (work.stopped() == PageWork::Stop::None)
       throw;

@@ -13,5 +13,8 @@ PageImpl &loadedPage(Page &page);
 // The page's contents and annotations as a display list in page space
 // (built on first use, kept while the page is loaded).
 fz_display_list *pageDisplayList(Page &page);
+// A new display list of `page`'s contents and annotations in page space,
+// owned by the caller. Engine errors propagate (call it under engineCall).
+fz_display_list *buildDisplayList(DocumentImpl &d, pdf_page *page, fz_cookie *cookie);
 
 } // namespace folio::model

@@ -317,6 +317,7 @@ bool Document::saveAs(const std::string &requested, bool forceFull)
 {
   DocumentImpl &d = *impl_;
   fz_context *ctx = d.ctx;
+  stopBBoxAhead(d); // its display lists hold resources of the document the save replaces
 
   // Saving through a symbolic link replaces the file it points to, not the
   // link.

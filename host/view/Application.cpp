@@ -231,7 +231,13 @@ FSInt32 Application::modifiers()
 
 bool Application::pollCancel()
 {
-  return ports_.cancel ? ports_.cancel->cancelRequested() : false;
+  bool cancel = ports_.cancel ? ports_.cancel->cancelRequested() : false;
+  if (cancel) {
+    // Work the model does ahead for the cancelled command stops now.
+    for (const auto &doc : docs_)
+      doc->document().stopBackgroundWork();
+  }
+  return cancel;
 }
 
 void Application::setCursor(FVCursor cursor)

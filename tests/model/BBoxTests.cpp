@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <string>
 
 using namespace folio;
 using namespace folio::model;
@@ -344,3 +346,120 @@ TEST_F(ModelBBox, OneThousandPagesEachWithItsOwnBox)
 }
 
 } // namespace
+
+// ---- pages measured ahead by worker threads ----------------------------------------
+
+// Sets FOLIO_BBOX_THREADS for the life of the object.
+class Workers {
+public:
+  explicit Workers(int n) { setenv("FOLIO_BBOX_THREADS", std::to_string(n).c_str(), 1); }
+  ~Workers() { unsetenv("FOLIO_BBOX_THREADS"); }
+};
+
+class ModelBBoxAhead : public ModelBBox {
+protected:
+  static FixedRect boxOf(Document &doc, int i)
+  {
+    Page *p = doc.acquirePage(i);
+    FixedRect r = p->bbox();
+    doc.releasePage(p);
+    return r;
+  }
+
+  // The boxes of `order` with `workers` worker threads.
+  std::vector<FixedRect> boxes(const std::string &file, int workers, const std::vector<int> &order)
+  {
+    Workers w(workers);
+    auto doc = Document::open(file);
+    std::vector<FixedRect> out;
+    for (int i : order)
+      out.push_back(boxOf(*doc, i));
+    return out;
+  }
+};
+
+TEST_F(ModelBBoxAhead, SameBoxesWithAndWithoutWorkers)
+{
+  std::vector<PageSpec> pages;
+  for (int i = 0; i < 80; ++i)
+    pages.push_back(pdfgen::mixedPage(i));
+  std::string file = write("ahead.pdf", pages);
+  std::vector<int> inOrder;
+  for (int i = 0; i < 80; ++i)
+    inOrder.push_back(i);
+  // In order, and with jumps that stop and restart the workers.
+  std::vector<int> jumping = {0, 1, 2, 3, 40, 41, 42, 10, 11, 12, 13, 14, 79, 5, 6, 7};
+  for (const auto &order : {inOrder, jumping}) {
+    std::vector<FixedRect> alone = boxes(file, 0, order);
+    for (int workers : {1, 2, 4}) {
+      SCOPED_TRACE(std::to_string(workers) + " workers");
+      std::vector<FixedRect> ahead = boxes(file, workers, order);
+      ASSERT_EQ(ahead.size(), alone.size());
+      for (size_t i = 0; i < alone.size(); ++i) {
+        SCOPED_TRACE("call " + std::to_string(i) + ", page " + std::to_string(order[i]));
+        EXPECT_RECT_EQ(ahead[i], alone[i]);
+      }
+    }
+  }
+}
+
+TEST_F(ModelBBoxAhead, BlankPageMeasuredAheadAnswersTheCropBoxSetSince)
+{
+  std::vector<PageSpec> pages;
+  for (int i = 0; i < 12; ++i)
+    pages.push_back(i == 4 ? page({}) : page({Mark::fillRect({100, 100.0 + i, 200, 300})}));
+  Workers w(2);
+  auto doc = Document::open(write("blank-ahead.pdf", pages));
+  boxOf(*doc, 0);
+  boxOf(*doc, 1); // the workers start on the pages after
+  FixedRect set = fixedRect(10, 20, 300, 400);
+  Page *blank = doc->acquirePage(4);
+  blank->setCropBox(set);
+  doc->releasePage(blank);
+  for (int i = 2; i < 4; ++i)
+    boxOf(*doc, i);
+  EXPECT_RECT_EQ(boxOf(*doc, 4), set);
+  EXPECT_RECT_NEAR(boxOf(*doc, 5), 100, 105, 200, 300, kTol);
+}
+
+TEST_F(ModelBBoxAhead, StoppedWorkersLeaveEveryAnswerRight)
+{
+  std::vector<PageSpec> pages;
+  for (int i = 0; i < 40; ++i)
+    pages.push_back(pdfgen::mixedPage(i));
+  std::string file = write("stop-ahead.pdf", pages);
+  std::vector<int> order;
+  for (int i = 0; i < 40; ++i)
+    order.push_back(i);
+  std::vector<FixedRect> alone = boxes(file, 0, order);
+  Workers w(2);
+  auto doc = Document::open(file);
+  for (int i = 0; i < 40; ++i) {
+    if (i % 7 == 3)
+      doc->stopBackgroundWork(); // as a cancelled command does, between two calls
+    SCOPED_TRACE("page " + std::to_string(i));
+    EXPECT_RECT_EQ(boxOf(*doc, i), alone[static_cast<size_t>(i)]);
+  }
+}
+
+TEST_F(ModelBBoxAhead, ClosingOrSavingWhileWorkersRun)
+{
+  std::vector<PageSpec> pages;
+  for (int i = 0; i < 30; ++i)
+    pages.push_back(pdfgen::mixedPage(i));
+  std::string file = write("close-ahead.pdf", pages);
+  Workers w(2);
+  {
+    auto doc = Document::open(file);
+    boxOf(*doc, 0);
+    boxOf(*doc, 1);
+  } // closed with the workers busy
+  auto doc = Document::open(file);
+  boxOf(*doc, 0);
+  FixedRect before = boxOf(*doc, 1);
+  doc->saveAs(path("saved-ahead.pdf"), true); // the save replaces the engine's document
+  EXPECT_RECT_EQ(boxOf(*doc, 1), before);
+  EXPECT_EQ(doc->pageCount(), 30);
+  for (int i = 2; i < 30; ++i)
+    boxOf(*doc, i);
+}
