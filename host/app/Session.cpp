@@ -58,6 +58,12 @@ Session::~Session()
   x_.reset();
 }
 
+void Session::flushDisplay()
+{
+  if (x_)
+    x_->flush();
+}
+
 void Session::registerTables()
 {
   TableRegistry &registry = tableRegistry();
