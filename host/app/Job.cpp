@@ -117,7 +117,14 @@ int runBatch(const batch::Options &o, const batch::Script &script, const std::st
     batch::Runner::installInterruptHandler();
     if (batch::runsPageByPage(o))
       runner.reportUnchanged(o.pageList, unchangedReason(o));
+    // No event loop flushes the X connection in a batch run: each step
+    // does, so that the cursors and pixmaps the plug-ins make (at load and
+    // on every pointer action) reach the server when they are made, not all
+    // at once when the display closes.
+    Session &ses = *session;
+    runner.setAfterStep([&ses] { ses.flushDisplay(); });
     session->loadPlugins(std::cerr);
+    session->flushDisplay();
     code = runner.run(script) == 0 ? kExitOk : kExitRunFailed;
     std::cout.flush();
     session->closeAll();

@@ -62,6 +62,12 @@ Session::~Session()
   x_.reset();
 }
 
+void Session::flushDisplay()
+{
+  if (x_)
+    x_->flush();
+}
+
 void Session::registerTables()
 {
   TableRegistry &registry = tableRegistry();

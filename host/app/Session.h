@@ -47,6 +47,8 @@ public:
 
   view::Application &app() const { return *app_; }
   platform::XSession &x() const { return *x_; }
+  // Sends the X requests made so far to the server (XSession::flush).
+  void flushDisplay();
 
   // Loads every configured plug-in and writes the load report to `report`,
   // one line a plug-in ("load: PATH: loaded as NAME", "load: PATH: init

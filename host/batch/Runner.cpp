@@ -141,6 +141,8 @@ int Runner::run(const Script &script)
     currentLine_ = s.line;
     bool ok = step(s);
     out_.flush();
+    if (afterStep_)
+      afterStep_();
     if (!ok || failed_)
       return 1;
   }

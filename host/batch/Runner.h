@@ -59,6 +59,10 @@ public:
   // Runs every step; stops at the first error. 0 when all ran, 1 otherwise.
   int run(const Script &script);
 
+  // Called after every step, whether it succeeded or not (the front end
+  // flushes its X connection there: the runner has no event loop).
+  void setAfterStep(std::function<void()> fn) { afterStep_ = std::move(fn); }
+
   // True once a step failed (also from a port while a step ran).
   bool failed() const { return failed_; }
 
@@ -138,6 +142,7 @@ private:
   bool progressBar_;
 
   bool failed_ = false;
+  std::function<void()> afterStep_;
   bool interrupted_ = false; // Ctrl-C answered a cancel poll during this step
   int currentLine_ = 0;
   std::deque<Answer> answers_;

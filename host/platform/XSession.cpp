@@ -245,6 +245,12 @@ void XSession::stopServer()
   }
 }
 
+void XSession::flush()
+{
+  if (display_)
+    XFlush(display_);
+}
+
 Cursor XSession::standardCursor(int id)
 {
   static const unsigned shapes[6] = {XC_left_ptr, XC_xterm, XC_crosshair, XC_watch, XC_hand2, XC_fleur};

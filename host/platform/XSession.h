@@ -75,6 +75,13 @@ public:
   // this display and kept for the session; None for an unknown number.
   Cursor standardCursor(int id);
 
+  // Sends the requests waiting in Xlib's output buffer to the server. Only
+  // an event loop flushes on its own: a front end without one calls this
+  // after each action, so that what the action (or an extension) asked of
+  // the server, such as a cursor or pixmap, exists on the server when asked
+  // for and not only when the display is closed.
+  void flush();
+
 private:
   XSession() = default;
   void stopServer();

@@ -103,7 +103,9 @@ protected:
     std::vector<std::string> fullEnv = env;
     if (std::none_of(env.begin(), env.end(),
                      [](const std::string &e) { return e.rfind("XDG_CONFIG_HOME=", 0) == 0; }))
-      fullEnv.push_back("XDG_CONFIG_HOME=" + dir + "/config");
+      // Absolute: a relative XDG_CONFIG_HOME is ignored, and the viewer
+      // would then use the user's own config file.
+      fullEnv.push_back("XDG_CONFIG_HOME=" + std::filesystem::absolute(dir + "/config").string());
     folio = guitest::spawn(argv, xvfb.display(), fullEnv, dir + "/folio.log");
     ASSERT_GT(folio, 0);
     pageView = guitest::findWindow(xvfb.display(), "page view", 20000);
@@ -847,9 +849,10 @@ TEST_F(GuiViewer, TheReadOnlyEditionsEmptyExtensionsMenuSaysSo)
   std::string pdf = makePdf("letter.pdf", {"--rect", "100,100,300,300"});
   // The plug-in notes at start that it needs the editing edition; the
   // viewer comes up once the note is answered.
-  folio =
-      guitest::spawn({GUI_FOLIO, pdf}, xvfb.display(),
-                     {"FOLIO_EDITION=read-only", "XDG_CONFIG_HOME=" + dir + "/config"}, dir + "/folio.log");
+  folio = guitest::spawn(
+      {GUI_FOLIO, pdf}, xvfb.display(),
+      {"FOLIO_EDITION=read-only", "XDG_CONFIG_HOME=" + std::filesystem::absolute(dir + "/config").string()},
+      dir + "/folio.log");
   ASSERT_GT(folio, 0);
   if (guitest::findWindow(xvfb.display(), "OK", 20000))
     press("OK");
@@ -947,7 +950,6 @@ TEST_F(GuiViewer, ClosingTheEachOrBiggestQuestionLeavesNoProgressWindowBehind)
 TEST_F(GuiViewer, TheStatusLineShowsTheRegionWhileItIsDrawnInTheChosenUnit)
 {
   std::string pdf = makePdf("letter.pdf", {"--rect", "100,100,300,300"});
-  // Absolute: a relative XDG_CONFIG_HOME is ignored, as the XDG rules say.
   std::string config = std::filesystem::absolute(dir + "/config").string();
   std::remove((config + "/folio/folio.conf").c_str()); // left by an earlier run
   startFolio(pdf, {"XDG_CONFIG_HOME=" + config});
@@ -1030,7 +1032,6 @@ bool paperBounds(const guitest::Snapshot &s, int &l, int &t, int &r, int &b)
 TEST_F(GuiViewer, ShowCroppedPagesShowsOnlyTheCropBoxAndARegionDrawnThereLandsRight)
 {
   std::string pdf = makePdf("cropped.pdf", {"--crop", "100,100,400,500", "--rect", "300,150,350,200"});
-  // Absolute: a relative XDG_CONFIG_HOME is ignored, as the XDG rules say.
   std::string config = std::filesystem::absolute(dir + "/config").string();
   std::remove((config + "/folio/folio.conf").c_str()); // left by an earlier run
   startFolio(pdf, {"XDG_CONFIG_HOME=" + config});
@@ -1284,7 +1285,7 @@ TEST_F(GuiViewer, UndoAndRedoACropWithTheKeysAndTheEditMenu)
 TEST_F(GuiViewer, PreferencesSetTheBoundingBoxMarginAndKeepItInTheConfigFile)
 {
   std::string pdf = makePdf("one.pdf", {"--pages", "1", "--rect", "100,100,300,300"});
-  startFolio(pdf, {"XDG_CONFIG_HOME=" + dir});
+  startFolio(pdf, {"XDG_CONFIG_HOME=" + std::filesystem::absolute(dir).string()});
   chooseMenu({"View", "Preferences"});
   ASSERT_NE(window("Preferences"), 0u);
   // The field holds the margin now in use (0): replace it.
