@@ -36,8 +36,8 @@ int main(int argc, char **argv)
   const int pages = argc > 1 ? std::atoi(argv[1]) : 100000;
   const std::string dir = argc > 2 ? argv[2] : "/tmp";
   const std::string path = dir + "/history_bench.pdf";
-  std::vector<pdfgen::PageSpec> specs(static_cast<size_t>(pages));
-  pdfgen::writeDocument(path, specs);
+  std::vector<pdfgen::PageSpec> layouts(static_cast<size_t>(pages));
+  pdfgen::writeDocument(path, layouts);
   auto doc = Document::open(path);
   CropHistory &h = doc->history();
   const size_t empty = h.memoryBytes();
