@@ -15,9 +15,9 @@
 #include <sstream>
 #include <vector>
 
-#include "Document.h"
-#include "ModelError.h"
-#include "Page.h"
+#include "model/Document.h"
+#include "model/ModelError.h"
+#include "model/Page.h"
 
 namespace folio::fuzz {
 

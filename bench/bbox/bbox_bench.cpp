@@ -44,8 +44,8 @@
 #include <string>
 #include <vector>
 
-#include "Document.h"
-#include "ModelError.h"
+#include "model/Document.h"
+#include "model/ModelError.h"
 #include "pdfgen.h"
 
 using namespace folio;

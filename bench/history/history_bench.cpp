@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "Document.h"
+#include "model/Document.h"
 #include "pdfgen.h"
 
 using namespace folio;

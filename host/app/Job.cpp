@@ -1,5 +1,5 @@
 // Job.cpp: the folio program's job: command line, session, front end.
-#include "Job.h"
+#include "app/Job.h"
 
 #include <unistd.h>
 
@@ -9,8 +9,8 @@
 #include <iostream>
 #include <sstream>
 
-#include "Session.h"
-#include "ViewerEntry.h"
+#include "app/Session.h"
+#include "app/ViewerEntry.h"
 #include "batch/CommandLine.h"
 #include "batch/Runner.h"
 #include "batch/Script.h"

@@ -1,14 +1,9 @@
 // Session.cpp: assembling the host (see Session.h).
-#include "Session.h"
+#include "app/Session.h"
 
 #include <stdexcept>
 
 #define FOLIO_HOST_SIDE
-#include "CoreTable.h"
-#include "FolioViewTable.h"
-#include "PDModelTable.h"
-#include "SupportTable.h"
-#include "UnixTable.h"
 #include "batch/Script.h"
 #include "core/Configuration.h"
 #include "core/PluginLoader.h"
@@ -20,6 +15,11 @@
 #include "folio/UnixHFT.h"
 #include "model/BBoxMargin.h"
 #include "platform/XSession.h"
+#include "tables/CoreTable.h"
+#include "tables/FolioViewTable.h"
+#include "tables/PDModelTable.h"
+#include "tables/SupportTable.h"
+#include "tables/UnixTable.h"
 #include "view/Application.h"
 
 namespace folio::app {

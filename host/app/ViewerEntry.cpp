@@ -2,7 +2,7 @@
 //
 // The viewer is built (and its ports installed) before the plug-ins load, so
 // that a plug-in's start-up note appears in the viewer's own dialog.
-#include "ViewerEntry.h"
+#include "app/ViewerEntry.h"
 
 #include "motif/MotifViewer.h"
 

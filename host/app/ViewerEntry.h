@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Session.h"
+#include "app/Session.h"
 #include "batch/CommandLine.h"
 
 namespace folio::app {

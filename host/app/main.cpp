@@ -1,5 +1,5 @@
 // main.cpp: the folio program. Everything is in the job.
-#include "Job.h"
+#include "app/Job.h"
 #include "core/Guard.h"
 
 int main(int argc, char **argv)

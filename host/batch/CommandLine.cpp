@@ -1,7 +1,7 @@
 // CommandLine.cpp: the folio command line and its shortcut scripts.
-#include "CommandLine.h"
+#include "batch/CommandLine.h"
 
-#include "Script.h"
+#include "batch/Script.h"
 #include "core/Configuration.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // Runner.cpp: the batch front end's replay of a script (see Runner.h).
-#include "Runner.h"
+#include "batch/Runner.h"
 
 #include <algorithm>
 #include <atomic>

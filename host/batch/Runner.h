@@ -36,7 +36,7 @@
 #include <string>
 #include <vector>
 
-#include "Script.h"
+#include "batch/Script.h"
 #include "view/Application.h"
 
 namespace folio::batch {

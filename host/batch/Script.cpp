@@ -1,5 +1,5 @@
 // Script.cpp: parsing the batch front end's scripts (see Script.h).
-#include "Script.h"
+#include "batch/Script.h"
 
 #include <cerrno>
 #include <cmath>

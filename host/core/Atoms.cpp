@@ -1,6 +1,6 @@
 // Atoms.cpp: interned strings. Strings live in a deque (stable addresses);
 // the index maps a view of each stored string to its atom.
-#include "Atoms.h"
+#include "core/Atoms.h"
 
 #include <deque>
 #include <mutex>

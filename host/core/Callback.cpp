@@ -1,6 +1,6 @@
 // Callback.cpp: the host's callbacks. Every live callback is in one set, so a
 // destroy of a stray pointer is ignored and what is left is freed at exit.
-#include "Callback.h"
+#include "core/Callback.h"
 
 #include <mutex>
 #include <unordered_set>

@@ -1,7 +1,7 @@
 // Configuration.cpp: reading the edition, the plug-in folders and the
 // viewer's preferences from the config file and the environment; storing
 // the preferences back.
-#include "Configuration.h"
+#include "core/Configuration.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,7 +12,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "Atoms.h"
+#include "core/Atoms.h"
 
 namespace folio {
 namespace {

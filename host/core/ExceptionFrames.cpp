@@ -1,5 +1,5 @@
 // ExceptionFrames.cpp: the per-thread stack of exception frames.
-#include "ExceptionFrames.h"
+#include "core/ExceptionFrames.h"
 
 #include <csetjmp>
 #include <cstdio>

@@ -3,7 +3,7 @@
 // Every call into a plug-in goes through a small trampoline run by
 // callWithExceptionFrame(): the trampolines use only plain records, so a
 // longjmp out of a raising plug-in skips no destructor.
-#include "PluginLoader.h"
+#include "core/PluginLoader.h"
 
 #include <dlfcn.h>
 #include <link.h>
@@ -14,9 +14,9 @@
 #include <cstdlib>
 #include <dirent.h>
 
-#include "Atoms.h"
-#include "Callback.h"
-#include "ExceptionFrames.h"
+#include "core/Atoms.h"
+#include "core/Callback.h"
+#include "core/ExceptionFrames.h"
 
 namespace folio {
 namespace {

@@ -41,8 +41,8 @@
 #include <string>
 #include <vector>
 
-#include "Configuration.h"
-#include "Extension.h"
+#include "core/Configuration.h"
+#include "core/Extension.h"
 #include "folio/FolioTypes.h"
 
 namespace folio {

@@ -1,13 +1,13 @@
 // TableRegistry.cpp: tables keyed by (name, version), each in storage of its
 // own that never moves, so handed-out HFTs stay valid.
-#include "TableRegistry.h"
+#include "core/TableRegistry.h"
 
 #include <map>
 #include <memory>
 #include <mutex>
 #include <utility>
 
-#include "Atoms.h"
+#include "core/Atoms.h"
 
 namespace folio {
 

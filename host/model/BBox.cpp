@@ -45,10 +45,10 @@
 #include <thread>
 #include <vector>
 
-#include "BudgetEngine.h"
-#include "Document.h"
-#include "Engine.h"
-#include "PageEngine.h"
+#include "model/BudgetEngine.h"
+#include "model/Document.h"
+#include "model/Engine.h"
+#include "model/PageEngine.h"
 
 namespace folio::model {
 

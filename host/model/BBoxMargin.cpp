@@ -1,5 +1,5 @@
 // BBoxMargin.cpp: the bounding-box margin (see BBoxMargin.h).
-#include "BBoxMargin.h"
+#include "model/BBoxMargin.h"
 
 #include <cmath>
 #include <cstdint>

@@ -8,7 +8,7 @@
 // The user-interface thread only.
 #pragma once
 
-#include "Page.h"
+#include "model/Page.h"
 
 namespace folio::model {
 

@@ -1,8 +1,8 @@
 // Budget.cpp: counted engine allocations, deadlines and cancellation of the
 // work for one page (see Budget.h).
-#include "BudgetEngine.h"
+#include "model/BudgetEngine.h"
 
-#include "Engine.h"
+#include "model/Engine.h"
 
 #include <atomic>
 #include <chrono>

@@ -6,7 +6,7 @@ extern "C" {
 #include <mupdf/fitz.h>
 }
 
-#include "Budget.h"
+#include "model/Budget.h"
 
 namespace folio::model {
 

@@ -1,6 +1,6 @@
 // CropHistory.cpp: recording, grouping and taking back crop-box changes (see
 // CropHistory.h).
-#include "CropHistory.h"
+#include "model/CropHistory.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // Document.cpp: opening, pages, flags, permissions and observers of a
 // document (saving is in Save.cpp).
-#include "Document.h"
+#include "model/Document.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -13,8 +13,8 @@
 #include <unistd.h>
 #include <unordered_set>
 
-#include "BudgetEngine.h"
-#include "Engine.h"
+#include "model/BudgetEngine.h"
+#include "model/Engine.h"
 
 namespace folio::model {
 

@@ -13,12 +13,12 @@
 #include <string>
 #include <vector>
 
-#include "CropHistory.h"
-#include "DocumentObserver.h"
-#include "FileSys.h"
-#include "Page.h"
-#include "PasswordPort.h"
 #include "folio/FolioTypes.h"
+#include "model/CropHistory.h"
+#include "model/DocumentObserver.h"
+#include "model/FileSys.h"
+#include "model/Page.h"
+#include "model/PasswordPort.h"
 
 namespace folio::model {
 

@@ -1,7 +1,7 @@
 // DocumentUndo.cpp: undo and redo of crop-box changes on a document, and the
 // page's own crop box as the history records and restores it.
-#include "Document.h"
-#include "Engine.h"
+#include "model/Document.h"
+#include "model/Engine.h"
 
 namespace folio::model {
 

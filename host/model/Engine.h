@@ -15,8 +15,8 @@ extern "C" {
 #include <mupdf/pdf.h>
 }
 
-#include "ModelError.h"
 #include "folio/FolioTypes.h"
+#include "model/ModelError.h"
 
 namespace folio::model {
 

@@ -1,5 +1,5 @@
 // FileSys.cpp: the local file system and path names.
-#include "FileSys.h"
+#include "model/FileSys.h"
 
 namespace folio::model {
 

@@ -1,15 +1,15 @@
 // Page.cpp: boxes, rotation, the crop-box write, change notification and
 // rendering of a page (the bounding box is in BBox.cpp).
-#include "Page.h"
+#include "model/Page.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 
-#include "BudgetEngine.h"
-#include "Document.h"
-#include "Engine.h"
-#include "PageEngine.h"
+#include "model/BudgetEngine.h"
+#include "model/Document.h"
+#include "model/Engine.h"
+#include "model/PageEngine.h"
 
 namespace folio::model {
 

@@ -11,9 +11,9 @@
 // Not thread-safe: a document and its pages are used from one thread.
 #pragma once
 
-#include "CropHistory.h"
-#include "PageRaster.h"
 #include "folio/FolioTypes.h"
+#include "model/CropHistory.h"
+#include "model/PageRaster.h"
 
 namespace folio::model {
 

@@ -1,8 +1,8 @@
 // PageEngine.h: the engine side of a Page, for the model's own sources.
 #pragma once
 
-#include "Engine.h"
-#include "Page.h"
+#include "model/Engine.h"
+#include "model/Page.h"
 
 namespace folio::model {
 

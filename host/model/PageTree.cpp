@@ -13,7 +13,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "Engine.h"
+#include "model/Engine.h"
 
 namespace folio::model {
 

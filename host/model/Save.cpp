@@ -14,8 +14,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "Document.h"
-#include "Engine.h"
+#include "model/Document.h"
+#include "model/Engine.h"
 
 namespace folio::model {
 

@@ -1,6 +1,6 @@
-#include "Dialogs.h"
+#include "motif/Dialogs.h"
 
-#include "WindowNames.h"
+#include "motif/WindowNames.h"
 
 #include <X11/Xlib.h>
 #include <Xm/Form.h>

@@ -1,4 +1,4 @@
-#include "DragLoops.h"
+#include "motif/DragLoops.h"
 
 #include <X11/Xlib.h>
 

@@ -1,4 +1,4 @@
-#include "FramePresenter.h"
+#include "motif/FramePresenter.h"
 
 #include <X11/Xutil.h>
 #include <X11/extensions/XShm.h>

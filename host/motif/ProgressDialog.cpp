@@ -1,7 +1,7 @@
-#include "ProgressDialog.h"
+#include "motif/ProgressDialog.h"
 
-#include "Dialogs.h"
-#include "WindowNames.h"
+#include "motif/Dialogs.h"
+#include "motif/WindowNames.h"
 
 #include <X11/Xlib.h>
 #include <Xm/DialogS.h>

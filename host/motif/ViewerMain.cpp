@@ -1,7 +1,7 @@
 // The Motif viewer: main window, page area, keys, status line, main loop.
-#include "ViewerImpl.h"
+#include "motif/ViewerImpl.h"
 
-#include "Configuration.h"
+#include "core/Configuration.h"
 #include "motif/Dialogs.h"
 #include "motif/WindowNames.h"
 #include "platform/XSession.h"

@@ -3,7 +3,7 @@
 // change notices only mark them stale; the main loop rebuilds before the
 // next event), and their enabled and marked states are asked of the items'
 // procedures each time a menu opens and after every event for the tool bar.
-#include "ViewerImpl.h"
+#include "motif/ViewerImpl.h"
 
 #include "core/Configuration.h"
 #include "model/BBoxMargin.h"

@@ -1,5 +1,5 @@
 // The view layer's ports, implemented with the Motif viewer's widgets.
-#include "ViewerImpl.h"
+#include "motif/ViewerImpl.h"
 
 #include "motif/Dialogs.h"
 #include "platform/XSession.h"

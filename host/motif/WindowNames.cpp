@@ -1,4 +1,4 @@
-#include "WindowNames.h"
+#include "motif/WindowNames.h"
 
 #include <X11/Xlib.h>
 

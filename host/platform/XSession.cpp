@@ -1,6 +1,6 @@
 // XSession.cpp: the X display (a private Xvfb when there is none) and the
 // application shell.
-#include "XSession.h"
+#include "platform/XSession.h"
 
 #include <X11/Shell.h>
 #include <X11/StringDefs.h>

@@ -1,18 +1,18 @@
 // CoreTable.cpp: the "Core" table: entry n -> one thin adapter into the core
 // layer. No exception leaves an adapter; each answers its failure result.
-#include "CoreTable.h"
+#include "tables/CoreTable.h"
 
 #include <cstdio>
 #include <mutex>
 
-#include "Atoms.h"
-#include "Callback.h"
-#include "Configuration.h"
-#include "ExceptionFrames.h"
-#include "ObjTable.h"
-#include "TableRegistry.h"
+#include "core/Atoms.h"
+#include "core/Callback.h"
+#include "core/Configuration.h"
+#include "core/ExceptionFrames.h"
+#include "core/TableRegistry.h"
 #include "folio/CoreHFT.h"
 #include "folio/ObjHFT.h"
+#include "tables/ObjTable.h"
 
 namespace folio {
 namespace {

@@ -1,15 +1,15 @@
 // FolioViewTable.cpp: the "FolioView" table: one thin adapter per entry into
 // the view layer. Each catches everything and answers the failure result.
-#include "FolioViewTable.h"
+#include "tables/FolioViewTable.h"
 
 #define FOLIO_HOST_SIDE
 #include "folio/FolioViewHFT.h"
 
 #include <cstring>
 
-#include "model/Handles.h"
+#include "model/ModelHandles.h"
 #include "view/Application.h"
-#include "view/Handles.h"
+#include "view/ViewHandles.h"
 
 using namespace folio::view;
 

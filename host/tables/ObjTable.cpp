@@ -1,5 +1,5 @@
 // ObjTable.cpp: the "Obj" table, every entry a harmless no-op.
-#include "ObjTable.h"
+#include "tables/ObjTable.h"
 
 #include <cstdint>
 

@@ -1,11 +1,11 @@
 // PDModelTable.cpp: the "PDModel" table, one thin adapter per entry. Every
 // adapter catches everything: a failure answers 0, null or an all-zero
 // rectangle, never an exception across the interface.
-#include "PDModelTable.h"
+#include "tables/PDModelTable.h"
 
-#include "BBoxMargin.h"
-#include "Handles.h"
 #include "folio/PDModelHFT.h"
+#include "model/BBoxMargin.h"
+#include "model/ModelHandles.h"
 
 namespace folio::tables {
 

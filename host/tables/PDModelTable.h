@@ -1,7 +1,7 @@
 // PDModelTable.h: the "PDModel" table (documents and pages), version
 // PDModelHFT_VERSION, over folio::model.
 //
-// Handles are the model's objects (see host/model/Handles.h). Each entry is a
+// Handles are the model's objects (see host/model/ModelHandles.h). Each entry is a
 // thin adapter that catches every exception and gives the entry's failure
 // result: 0 / null / an all-zero FixedRect, or nothing. A null handle is a
 // failure, not a crash. Page changes reach the views through the document's

@@ -1,11 +1,11 @@
 // SupportTable.cpp: the "FolioSupport" table, one thin adapter per entry.
-#include "SupportTable.h"
+#include "tables/SupportTable.h"
 
 #include <cstdlib>
 
-#include "FixedMath.h"
-#include "Handles.h"
+#include "core/FixedMath.h"
 #include "folio/FolioSupportHFT.h"
+#include "model/ModelHandles.h"
 
 namespace folio::tables {
 

@@ -1,5 +1,5 @@
 // UnixTable.cpp: the "Unix" table: the application's shell widget.
-#include "UnixTable.h"
+#include "tables/UnixTable.h"
 
 #define FOLIO_HOST_SIDE
 #include "folio/UnixHFT.h"

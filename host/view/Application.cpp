@@ -1,17 +1,17 @@
 // Application.cpp: documents, tools, the cancel test, the progress monitor,
 // drawing callbacks, and the host's own menus, tool bar and tools.
-#include "Application.h"
+#include "view/Application.h"
 
 #include <algorithm>
 #include <cstdio>
 
-#include "Handles.h"
 #include "core/Atoms.h"
 #include "core/Callback.h"
 #include "core/ExceptionFrames.h"
 #include "core/Guard.h"
 #include "model/CropHistory.h"
 #include "model/ModelError.h"
+#include "view/ViewHandles.h"
 
 namespace folio::view {
 

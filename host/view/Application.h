@@ -38,13 +38,13 @@
 #include <string>
 #include <vector>
 
-#include "DocWindow.h"
-#include "Menus.h"
-#include "PageView.h"
-#include "Ports.h"
-#include "StatusText.h"
-#include "ToolBar.h"
 #include "folio/FolioTypes.h"
+#include "view/DocWindow.h"
+#include "view/Menus.h"
+#include "view/PageView.h"
+#include "view/Ports.h"
+#include "view/StatusText.h"
+#include "view/ToolBar.h"
 
 namespace folio::view {
 

@@ -1,5 +1,5 @@
 // CommandProcs.cpp: the procedures of a command (see CommandProcs.h).
-#include "CommandProcs.h"
+#include "view/CommandProcs.h"
 
 #include "core/Callback.h"
 #include "core/ExceptionFrames.h"

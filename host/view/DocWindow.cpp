@@ -1,8 +1,8 @@
 // DocWindow.cpp: one open document and its page view.
-#include "DocWindow.h"
+#include "view/DocWindow.h"
 
-#include "Application.h"
-#include "model/Handles.h"
+#include "model/ModelHandles.h"
+#include "view/Application.h"
 
 namespace folio::view {
 

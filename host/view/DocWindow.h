@@ -9,9 +9,9 @@
 #include <memory>
 #include <string>
 
-#include "PageView.h"
 #include "folio/FolioTypes.h"
 #include "model/Document.h"
+#include "view/PageView.h"
 
 namespace folio::view {
 

@@ -1,11 +1,11 @@
 // Menus.cpp: the menu model (see Menus.h for ownership and index rules).
-#include "Menus.h"
+#include "view/Menus.h"
 
 #include <algorithm>
 #include <unordered_set>
 
-#include "Ports.h"
 #include "model/CropHistory.h"
+#include "view/Ports.h"
 
 namespace folio::view {
 

@@ -37,8 +37,8 @@
 #include <string>
 #include <vector>
 
-#include "CommandProcs.h"
 #include "folio/FolioTypes.h"
+#include "view/CommandProcs.h"
 
 namespace folio::view {
 

@@ -1,6 +1,6 @@
 // PageView.cpp: the page view's transform, frame buffer and redrawing (see
 // PageView.h for the coordinate spaces and the rounding).
-#include "PageView.h"
+#include "view/PageView.h"
 
 #include <png.h>
 
@@ -9,9 +9,9 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "Application.h"
-#include "DocWindow.h"
-#include "model/Handles.h"
+#include "model/ModelHandles.h"
+#include "view/Application.h"
+#include "view/DocWindow.h"
 
 namespace folio::view {
 

@@ -1,5 +1,5 @@
 // StatusText.cpp: status line, progress and count wording (see StatusText.h).
-#include "StatusText.h"
+#include "view/StatusText.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,11 +1,11 @@
 // ToolBar.cpp: the tool bar model (see ToolBar.h).
-#include "ToolBar.h"
+#include "view/ToolBar.h"
 
 #include <algorithm>
 
-#include "Menus.h"
 #include "core/Atoms.h"
 #include "model/CropHistory.h"
+#include "view/Menus.h"
 
 namespace folio::view {
 

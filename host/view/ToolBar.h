@@ -20,8 +20,8 @@
 #include <string>
 #include <vector>
 
-#include "Menus.h"
 #include "folio/FolioTypes.h"
+#include "view/Menus.h"
 
 namespace folio::view {
 

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-#include "Atoms.h"
+#include "core/Atoms.h"
 
 using namespace folio;
 

@@ -1,7 +1,7 @@
 // Callbacks: creation, typed procedure, destruction, ownership by extension.
 #include <gtest/gtest.h>
 
-#include "Callback.h"
+#include "core/Callback.h"
 
 using namespace folio;
 

@@ -10,9 +10,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "Atoms.h"
-#include "Configuration.h"
 #include "CoreTestSupport.h"
+#include "core/Atoms.h"
+#include "core/Configuration.h"
 
 using namespace folio;
 using coretest::TempDir;

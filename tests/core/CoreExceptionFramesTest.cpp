@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <thread>
 
-#include "ExceptionFrames.h"
+#include "core/ExceptionFrames.h"
 
 using namespace folio;
 

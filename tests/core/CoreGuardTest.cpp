@@ -1,5 +1,5 @@
 // The guard that stops exceptions at the host's C and toolkit boundaries.
-#include "Guard.h"
+#include "core/Guard.h"
 
 #include <gtest/gtest.h>
 

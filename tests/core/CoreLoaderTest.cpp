@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "Atoms.h"
-#include "Callback.h"
-#include "CoreTable.h"
 #include "CoreTestSupport.h"
-#include "ExceptionFrames.h"
-#include "PluginLoader.h"
-#include "TableRegistry.h"
+#include "core/Atoms.h"
+#include "core/Callback.h"
+#include "core/ExceptionFrames.h"
+#include "core/PluginLoader.h"
+#include "core/TableRegistry.h"
+#include "tables/CoreTable.h"
 
 using namespace folio;
 using coretest::TempDir;

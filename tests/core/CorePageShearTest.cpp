@@ -9,13 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "Atoms.h"
-#include "Callback.h"
-#include "Configuration.h"
-#include "CoreTable.h"
-#include "ExceptionFrames.h"
-#include "PluginLoader.h"
-#include "TableRegistry.h"
+#include "core/Atoms.h"
+#include "core/Callback.h"
+#include "core/Configuration.h"
+#include "core/ExceptionFrames.h"
+#include "core/PluginLoader.h"
+#include "core/TableRegistry.h"
+#include "tables/CoreTable.h"
 
 #define FOLIO_HOST_SIDE
 #include "folio/CoreHFT.h"

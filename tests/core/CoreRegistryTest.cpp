@@ -2,10 +2,10 @@
 // tables as registered.
 #include <gtest/gtest.h>
 
-#include "Atoms.h"
-#include "CoreTable.h"
-#include "ObjTable.h"
-#include "TableRegistry.h"
+#include "core/Atoms.h"
+#include "core/TableRegistry.h"
+#include "tables/CoreTable.h"
+#include "tables/ObjTable.h"
 
 #define FOLIO_HOST_SIDE
 #include "folio/CoreHFT.h"

@@ -9,10 +9,10 @@
 #include "folio/CoreHFT.h"
 #include "folio/ObjHFT.h"
 
-#include "Configuration.h"
-#include "CoreTable.h"
-#include "ExceptionFrames.h"
-#include "TableRegistry.h"
+#include "core/Configuration.h"
+#include "core/ExceptionFrames.h"
+#include "core/TableRegistry.h"
+#include "tables/CoreTable.h"
 
 HFT gCoreHFT;
 FSUns32 gCoreVersion;

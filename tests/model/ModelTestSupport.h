@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
-#include "Document.h"
-#include "ModelError.h"
+#include "model/Document.h"
+#include "model/ModelError.h"
 #include "pdfgen.h"
 
 namespace folio::modeltest {

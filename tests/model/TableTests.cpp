@@ -7,11 +7,11 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "Handles.h"
-#include "PDModelTable.h"
-#include "SupportTable.h"
 #include "folio/FolioSupportHFT.h"
 #include "folio/PDModelHFT.h"
+#include "model/ModelHandles.h"
+#include "tables/PDModelTable.h"
+#include "tables/SupportTable.h"
 
 HFT gFolioSupportHFT = nullptr;
 FSUns32 gFolioSupportVersion = 0;

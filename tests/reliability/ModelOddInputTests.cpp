@@ -7,10 +7,10 @@
 #include <memory>
 #include <string>
 
-#include "Document.h"
-#include "ModelError.h"
-#include "Page.h"
 #include "RelSupport.h"
+#include "model/Document.h"
+#include "model/ModelError.h"
+#include "model/Page.h"
 #include "pdfgen.h"
 
 namespace gen = folio::pdfgen;

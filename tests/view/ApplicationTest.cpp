@@ -2,13 +2,13 @@
 // monitor, drawing-callback registration, documents.
 #include <gtest/gtest.h>
 
-#include "Atoms.h"
-#include "ExceptionFrames.h"
 #include "ViewTestSupport.h"
-#include "model/Handles.h"
+#include "core/Atoms.h"
+#include "core/ExceptionFrames.h"
+#include "model/ModelHandles.h"
 #include "model/Page.h"
 #include "view/Application.h"
-#include "view/Handles.h"
+#include "view/ViewHandles.h"
 
 using namespace folio::view;
 using viewtest::callbackOf;

@@ -2,9 +2,9 @@
 // counts, procedures, the host's own menus and buttons.
 #include <gtest/gtest.h>
 
-#include "Atoms.h"
-#include "ExceptionFrames.h"
 #include "ViewTestSupport.h"
+#include "core/Atoms.h"
+#include "core/ExceptionFrames.h"
 #include "view/Application.h"
 
 using namespace folio::view;

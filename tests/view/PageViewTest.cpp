@@ -10,7 +10,7 @@
 #include "ViewTestSupport.h"
 #include "model/Page.h"
 #include "view/Application.h"
-#include "view/Handles.h"
+#include "view/ViewHandles.h"
 
 using namespace folio::view;
 using viewtest::fx;

@@ -16,9 +16,9 @@
 #include <string>
 
 #define FOLIO_HOST_SIDE
-#include "UnixTable.h"
 #include "folio/UnixHFT.h"
 #include "platform/XSession.h"
+#include "tables/UnixTable.h"
 
 using folio::platform::PlatformError;
 using folio::platform::XSession;

@@ -4,12 +4,12 @@
 #include <memory>
 #include <stdexcept>
 
-#include "Atoms.h"
-#include "FolioViewTable.h"
 #include "ViewTestSupport.h"
-#include "model/Handles.h"
+#include "core/Atoms.h"
+#include "model/ModelHandles.h"
+#include "tables/FolioViewTable.h"
 #include "view/Application.h"
-#include "view/Handles.h"
+#include "view/ViewHandles.h"
 
 using namespace folio::view;
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "Callback.h"
+#include "core/Callback.h"
 #include "pdfgen.h"
 #include "view/Application.h"
 

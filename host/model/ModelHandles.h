@@ -1,4 +1,4 @@
-// Handles.h: conversions between the model's objects and the opaque handles
+// ModelHandles.h: conversions between the model's objects and the opaque handles
 // of the C interface.
 //
 // A handle is the object's address, cast (the interface's struct _t_... types
@@ -9,10 +9,10 @@
 // to null both ways.
 #pragma once
 
-#include "Document.h"
-#include "FileSys.h"
-#include "Page.h"
 #include "folio/FolioTypes.h"
+#include "model/Document.h"
+#include "model/FileSys.h"
+#include "model/Page.h"
 
 namespace folio::model {
 

@@ -1,4 +1,4 @@
-// Handles.h: conversions between the view layer's objects and the opaque
+// ViewHandles.h: conversions between the view layer's objects and the opaque
 // handles of the C interface (FVDoc, FVPageView, FVMenubar, FVMenu,
 // FVMenuItem, FVToolBar, FVToolButton).
 //
@@ -7,8 +7,8 @@
 // as long as its object (see each class for its lifetime). Null maps to null.
 #pragma once
 
-#include "Application.h"
 #include "folio/FolioTypes.h"
+#include "view/Application.h"
 
 namespace folio::view {
 
