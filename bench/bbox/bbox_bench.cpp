@@ -28,11 +28,6 @@
 // (`gs -sDEVICE=bbox`; on at most N pages with --gs-pages, its time then
 // scaled to the whole file by pages, and left out with --no-gs), then the
 // ratios; then the totals.
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/time.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -41,17 +36,17 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "model/Document.h"
 #include "model/ModelError.h"
 #include "pdfgen.h"
+#include "support/ChildProcess.h"
 
 using namespace folio;
 using Clock = std::chrono::steady_clock;
-
-extern char **environ;
 
 namespace {
 
@@ -97,33 +92,18 @@ struct Run {
   int status = -1; // exit status
 };
 
-// Runs a program with its output discarded and measures it with wait4.
+// Runs a program with its output discarded; its figures from the support
+// library's runner (wall time from the start to the reaping, rusage).
 Run spawnAndTime(const std::vector<std::string> &args)
 {
-  std::vector<char *> argv;
-  for (const std::string &a : args)
-    argv.push_back(const_cast<char *>(a.c_str()));
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t fa;
-  posix_spawn_file_actions_init(&fa);
-  posix_spawn_file_actions_addopen(&fa, 1, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&fa, 2, "/dev/null", O_WRONLY, 0);
+  testsupport::RunOptions o;
+  o.output = testsupport::Output::Discard;
+  const testsupport::RunResult result = testsupport::runProgram(args, o);
   Run r;
-  auto t0 = Clock::now();
-  pid_t pid;
-  if (posix_spawnp(&pid, argv[0], &fa, nullptr, argv.data(), environ) != 0) {
-    posix_spawn_file_actions_destroy(&fa);
-    return r;
-  }
-  posix_spawn_file_actions_destroy(&fa);
-  int status = 0;
-  struct rusage ru {};
-  wait4(pid, &status, 0, &ru);
-  r.wall = std::chrono::duration<double>(Clock::now() - t0).count();
-  r.cpu = double(ru.ru_utime.tv_sec + ru.ru_stime.tv_sec) +
-          double(ru.ru_utime.tv_usec + ru.ru_stime.tv_usec) / 1e6;
-  r.peakKb = ru.ru_maxrss;
-  r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  r.wall = result.wallSeconds;
+  r.cpu = result.cpuSeconds;
+  r.peakKb = result.peakRssKb;
+  r.status = result.exitCode;
   return r;
 }
 
@@ -277,26 +257,22 @@ int main(int argc, char **argv)
     }
   }
 
-  // Ghostscript, on the same file in the same run.
-  std::string cmd = "gs -q -dNOPAUSE -dBATCH -dSAFER -sDEVICE=bbox '" + path + "' 2>&1";
-  t0 = Clock::now();
-  FILE *gs = popen(cmd.c_str(), "r");
-  if (!gs) {
-    std::fprintf(stderr, "bbox_bench: cannot run gs\n");
-    return 1;
-  }
+  // Ghostscript, on the same file in the same run; its bbox device writes
+  // the boxes to standard error.
+  const testsupport::RunResult gs =
+      testsupport::runProgram({"gs", "-q", "-dNOPAUSE", "-dBATCH", "-dSAFER", "-sDEVICE=bbox", path});
   std::vector<B> theirs;
-  char line[512];
-  while (std::fgets(line, sizeof line, gs)) {
+  std::istringstream lines(gs.out + gs.err);
+  std::string line;
+  while (std::getline(lines, line)) {
     B b;
-    if (std::sscanf(line, "%%%%HiResBoundingBox: %lf %lf %lf %lf", &b.x0, &b.y0, &b.x1, &b.y1) == 4)
+    if (std::sscanf(line.c_str(), "%%%%HiResBoundingBox: %lf %lf %lf %lf", &b.x0, &b.y0, &b.x1, &b.y1) == 4)
       theirs.push_back(b);
   }
-  int gsStatus = pclose(gs);
-  double ghost = std::chrono::duration<double>(Clock::now() - t0).count();
-  if (gsStatus != 0 || static_cast<int>(theirs.size()) != pages) {
-    std::fprintf(stderr, "bbox_bench: gs gave %zu boxes for %d pages (status %d)\n", theirs.size(), pages,
-                 gsStatus);
+  const double ghost = gs.wallSeconds;
+  if (gs.exitCode != 0 || static_cast<int>(theirs.size()) != pages) {
+    std::fprintf(stderr, "bbox_bench: gs gave %zu boxes for %d pages (exit %d)\n", theirs.size(), pages,
+                 gs.exitCode);
     return 1;
   }
 

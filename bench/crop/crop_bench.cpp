@@ -4,13 +4,7 @@
 // memory of every child; asserts nothing.
 //
 //   crop_bench [PAGES] [WORKDIR]      (defaults: 10000, a fresh folder in /tmp)
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/time.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
@@ -20,8 +14,7 @@
 #include <vector>
 
 #include "pdfgen.h"
-
-extern char **environ;
+#include "support/ChildProcess.h"
 
 namespace {
 
@@ -32,33 +25,18 @@ struct Figures {
   int status = -1; // exit status
 };
 
-// Runs a program with its output discarded; measures it with wait4.
+// Runs a program with its output discarded; its figures from the support
+// library's runner (wall time from the start to the reaping, rusage).
 Figures measure(const std::vector<std::string> &args)
 {
-  std::vector<char *> argv;
-  for (const std::string &a : args)
-    argv.push_back(const_cast<char *>(a.c_str()));
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t fa;
-  posix_spawn_file_actions_init(&fa);
-  posix_spawn_file_actions_addopen(&fa, 1, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&fa, 2, "/dev/null", O_WRONLY, 0);
+  testsupport::RunOptions o;
+  o.output = testsupport::Output::Discard;
+  const testsupport::RunResult r = testsupport::runProgram(args, o);
   Figures f;
-  auto t0 = std::chrono::steady_clock::now();
-  pid_t pid;
-  if (posix_spawnp(&pid, argv[0], &fa, nullptr, argv.data(), environ) != 0) {
-    posix_spawn_file_actions_destroy(&fa);
-    return f;
-  }
-  posix_spawn_file_actions_destroy(&fa);
-  int status = 0;
-  struct rusage ru {};
-  wait4(pid, &status, 0, &ru);
-  f.wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
-  f.cpu = double(ru.ru_utime.tv_sec + ru.ru_stime.tv_sec) +
-          double(ru.ru_utime.tv_usec + ru.ru_stime.tv_usec) / 1e6;
-  f.peakKb = ru.ru_maxrss;
-  f.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  f.wall = r.wallSeconds;
+  f.cpu = r.cpuSeconds;
+  f.peakKb = r.peakRssKb;
+  f.status = r.exitCode;
   return f;
 }
 

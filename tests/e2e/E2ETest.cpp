@@ -8,72 +8,23 @@
 #include <cstdio>
 #include <sstream>
 
-#include "Harness.h"
-#include "QpdfBoxes.h"
-#include "pdfgen.h"
+#include "FolioTest.h"
+#include "support/PageTransform.h"
 
 using e2e::Box;
+using e2e::contains;
+using e2e::kFolio;
+using e2e::kLetter;
 using e2e::PageBoxes;
 using e2e::RunResult;
 namespace gen = folio::pdfgen;
 
 namespace {
 
-const char *const kFolio = FOLIO_EXE;
 const char *const kBrokenPlugin = BROKEN_PLUGIN;
 
-const Box kLetter{0, 0, 612, 792};
-
-class E2E : public ::testing::Test {
+class E2E : public e2e::FolioTest {
 protected:
-  e2e::TempDir dir;
-
-  std::string path(const std::string &name) const { return dir.file(name); }
-
-  RunResult folio(const std::vector<std::string> &args, const std::string &input = {})
-  {
-    RunResult r = e2e::runProgram(kFolio, args, dir.path(), input);
-    lastRun = "exit " + std::to_string(r.exitCode) + "\n--- stdout\n" + r.out + "--- stderr\n" + r.err;
-    return r;
-  }
-  RunResult script(const std::string &text) { return folio({"--batch", "-"}, text); }
-
-  // The boxes of `pdf`; the test stops when they cannot be read or there
-  // are fewer than `pages`.
-  std::vector<PageBoxes> boxes(const std::string &pdf, size_t pages = 1, const std::string &password = {})
-  {
-    std::string why;
-    std::vector<PageBoxes> b = e2e::readBoxes(pdf, &why, password);
-    if (b.size() < pages) {
-      ADD_FAILURE() << "cannot read " << pages << " pages of " << pdf << ": " << why << "\n" << lastRun;
-      b.resize(pages);
-    }
-    return b;
-  }
-
-  static gen::PageSpec page(Box media = kLetter, int rotate = 0)
-  {
-    gen::PageSpec p;
-    p.media = {media.left, media.bottom, media.right, media.top};
-    p.rotate = rotate;
-    p.writeRotate = rotate != 0;
-    return p;
-  }
-  static gen::PageSpec withCrop(gen::PageSpec p, Box crop)
-  {
-    p.crop = gen::Box{crop.left, crop.bottom, crop.right, crop.top};
-    return p;
-  }
-  static gen::PageSpec withRect(gen::PageSpec p, Box r)
-  {
-    p.marks.push_back(gen::Mark::fillRect({r.left, r.bottom, r.right, r.top}));
-    return p;
-  }
-  std::vector<gen::PageInk> write(const std::string &name, const std::vector<gen::PageSpec> &pages)
-  {
-    return gen::writeDocument(path(name), pages);
-  }
-
   // Five letter pages, each with the crop box 10 10 602 782 and a mark.
   void writeFiveCropped(const std::string &name)
   {
@@ -91,8 +42,6 @@ protected:
     write(name, {page(), page(kLetter, 90), page({0, 0, 792, 612}), page(kLetter, 270),
                  page({100, 100, 712, 892}), page({1000, 1000, 1612, 1792})});
   }
-
-  std::string lastRun;
 };
 
 #define EXPECT_BOX(actual, l, b, r, t)                                                                       \
@@ -104,11 +53,6 @@ void expectNear(const Box &a, const gen::Box &want, double tol, const std::strin
   EXPECT_NEAR(a.bottom, want.y0, tol) << ctx;
   EXPECT_NEAR(a.right, want.x1, tol) << ctx;
   EXPECT_NEAR(a.top, want.y1, tol) << ctx;
-}
-
-bool contains(const std::string &text, const std::string &what)
-{
-  return text.find(what) != std::string::npos;
 }
 
 const char *const kPagesToCrop = "question: Pages to crop? [Current|All|Cancel]";
@@ -595,6 +539,16 @@ TEST_F(E2E, CancelAtPageThreeOfResetToMediaBox)
 // ---- snapshots: the media-box outline and the crop region -------------------------
 
 namespace {
+using testsupport::PageTransform;
+
+// How the batch front end shows a page whose shown box is `box`: turned by
+// `rotation`, at `zoom`, with a margin of 8 pixels around it.
+PageTransform shownAt(const Box &box, int rotation = 0, double zoom = 1)
+{
+  PageTransform t{box.left, box.bottom, box.right, box.top, rotation, zoom};
+  t.originX = t.originY = 8;
+  return t;
+}
 bool isRed(const e2e::Image &im, int x, int y)
 {
   return im.is(x, y, 255, 0, 0);
@@ -616,8 +570,11 @@ TEST_F(E2E, ShowMediaBoxDrawsRedOutlineOnSnapshot)
   ASSERT_TRUE(e2e::readPng(path("on.png"), on, &why)) << why;
   ASSERT_TRUE(e2e::readPng(path("off.png"), off, &why)) << why;
   // At 100% the letter page's media box is the device rectangle 8,8 .. 620,800.
-  ASSERT_EQ(on.width, 612 + 16);
-  ASSERT_EQ(on.height, 792 + 16);
+  const PageTransform letter = shownAt(kLetter);
+  ASSERT_EQ(on.width, letter.deviceWidth() + 16);
+  ASSERT_EQ(on.height, letter.deviceHeight() + 16);
+  ASSERT_EQ(letter.pixel(0, 792), std::make_pair(8, 8));
+  ASSERT_EQ(letter.pixel(612, 0), std::make_pair(620, 800));
   for (int y : {8, 100, 400, 800}) {
     EXPECT_TRUE(isRed(on, 8, y)) << y;
     EXPECT_TRUE(isRed(on, 620, y)) << y;
@@ -642,8 +599,13 @@ TEST_F(E2E, ShowMediaBoxFollowsRotationAndZoom)
   e2e::Image im;
   ASSERT_TRUE(e2e::readPng(path("rot.png"), im));
   // Turned a quarter: 100 x 200 points at 200% is 200 x 400 pixels.
-  ASSERT_EQ(im.width, 200 + 16);
-  ASSERT_EQ(im.height, 400 + 16);
+  const PageTransform turned = shownAt({0, 0, 200, 100}, 90, 2);
+  ASSERT_EQ(im.width, turned.deviceWidth() + 16);
+  ASSERT_EQ(im.height, turned.deviceHeight() + 16);
+  // The page's top-left corner shows at the top right, its bottom-right
+  // corner at the bottom left.
+  EXPECT_EQ(turned.pixel(0, 100), std::make_pair(208, 8));
+  EXPECT_EQ(turned.pixel(200, 0), std::make_pair(8, 408));
   EXPECT_TRUE(isRed(im, 8, 200));
   EXPECT_TRUE(isRed(im, 208, 200));
   EXPECT_TRUE(isRed(im, 100, 8));
@@ -659,7 +621,8 @@ TEST_F(E2E, CropRegionOutlineWithFourCornerHandles)
   e2e::Image im;
   ASSERT_TRUE(e2e::readPng(path("region.png"), im));
   // The region 72..540 x 72..720 is the device rectangle 80,80 .. 548,728.
-  const int l = 80, t = 80, rt = 548, b = 728;
+  const auto [l, t] = shownAt(kLetter).pixel(72, 720);
+  const auto [rt, b] = shownAt(kLetter).pixel(540, 72);
   for (int x : {150, 300, 500}) {
     EXPECT_TRUE(isBlack(im, x, t)) << x;
     EXPECT_TRUE(isBlack(im, x, b)) << x;

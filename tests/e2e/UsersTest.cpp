@@ -9,74 +9,18 @@
 #include <cmath>
 #include <sstream>
 
-#include "Harness.h"
-#include "QpdfBoxes.h"
-#include "pdfgen.h"
+#include "FolioTest.h"
 
 using e2e::Box;
+using e2e::contains;
+using e2e::kLetter;
 using e2e::PageBoxes;
 using e2e::RunResult;
 namespace gen = folio::pdfgen;
 
 namespace {
 
-const char *const kFolio = FOLIO_EXE;
-const Box kLetter{0, 0, 612, 792};
-
-class Users : public ::testing::Test {
-protected:
-  e2e::TempDir dir;
-  std::string lastRun;
-
-  std::string path(const std::string &name) const { return dir.file(name); }
-
-  RunResult folio(const std::vector<std::string> &args, const std::string &input = {})
-  {
-    RunResult r = e2e::runProgram(kFolio, args, dir.path(), input);
-    lastRun = "exit " + std::to_string(r.exitCode) + "\n--- stdout\n" + r.out + "--- stderr\n" + r.err;
-    return r;
-  }
-  RunResult script(const std::string &text) { return folio({"--batch", "-"}, text); }
-
-  std::vector<PageBoxes> boxes(const std::string &pdf, size_t pages = 1)
-  {
-    std::string why;
-    std::vector<PageBoxes> b = e2e::readBoxes(pdf, &why);
-    if (b.size() < pages) {
-      ADD_FAILURE() << "cannot read " << pages << " pages of " << pdf << ": " << why << "\n" << lastRun;
-      b.resize(pages);
-    }
-    return b;
-  }
-
-  static gen::PageSpec page(Box media = kLetter, int rotate = 0)
-  {
-    gen::PageSpec p;
-    p.media = {media.left, media.bottom, media.right, media.top};
-    p.rotate = rotate;
-    p.writeRotate = rotate != 0;
-    return p;
-  }
-  static gen::PageSpec withRect(gen::PageSpec p, Box r)
-  {
-    p.marks.push_back(gen::Mark::fillRect({r.left, r.bottom, r.right, r.top}));
-    return p;
-  }
-  static gen::PageSpec withCrop(gen::PageSpec p, Box crop)
-  {
-    p.crop = gen::Box{crop.left, crop.bottom, crop.right, crop.top};
-    return p;
-  }
-  void write(const std::string &name, const std::vector<gen::PageSpec> &pages)
-  {
-    gen::writeDocument(path(name), pages);
-  }
-};
-
-bool contains(const std::string &text, const std::string &what)
-{
-  return text.find(what) != std::string::npos;
-}
+class E2EUsers : public e2e::FolioTest {};
 
 void expectBox(const Box &a, const Box &want, double tol, const std::string &ctx)
 {
@@ -90,7 +34,7 @@ void expectBox(const Box &a, const Box &want, double tol, const std::string &ctx
 
 // ---- undo and redo ------------------------------------------------------------------
 
-TEST_F(Users, UndoAndRedoOfARegionCropAndABoundingBoxCrop)
+TEST_F(E2EUsers, UndoAndRedoOfARegionCropAndABoundingBoxCrop)
 {
   write("in.pdf", {withRect(page(), {100, 200, 300, 400}),
                    withRect(withCrop(page(), {10, 10, 602, 782}), {150, 150, 250, 250})});
@@ -132,7 +76,7 @@ TEST_F(Users, UndoAndRedoOfARegionCropAndABoundingBoxCrop)
     expectBox(p.crop, {72, 72, 540, 720}, 1e-9, lastRun);
 }
 
-TEST_F(Users, UndoOfResetToMediaBoxAfterASaveWorksOnTheDocumentInMemory)
+TEST_F(E2EUsers, UndoOfResetToMediaBoxAfterASaveWorksOnTheDocumentInMemory)
 {
   write("in.pdf", {withCrop(page(), {10, 20, 500, 700}), withCrop(page(), {30, 40, 550, 750})});
   RunResult r = script("open " + path("in.pdf") + "\nanswer All\nmenu QUIL:PageShearMediaBox\nsave " +
@@ -146,7 +90,7 @@ TEST_F(Users, UndoOfResetToMediaBoxAfterASaveWorksOnTheDocumentInMemory)
   expectBox(back[1].crop, {30, 40, 550, 750}, 1e-9, lastRun);
 }
 
-TEST_F(Users, NothingToUndoOrRedoStopsTheRunWithItsLine)
+TEST_F(E2EUsers, NothingToUndoOrRedoStopsTheRunWithItsLine)
 {
   write("in.pdf", {page()});
   RunResult r = script("open " + path("in.pdf") + "\nundo\n");
@@ -157,7 +101,7 @@ TEST_F(Users, NothingToUndoOrRedoStopsTheRunWithItsLine)
   EXPECT_TRUE(contains(r.err, ":2: redo: nothing to redo")) << lastRun;
 }
 
-TEST_F(Users, RevertClearsTheHistory)
+TEST_F(E2EUsers, RevertClearsTheHistory)
 {
   write("in.pdf", {withRect(page(), {100, 200, 300, 400}), withRect(page(), {10, 20, 30, 40})});
   RunResult r =
@@ -172,7 +116,7 @@ TEST_F(Users, RevertClearsTheHistory)
 // Pages of fractional size at every rotation: the region given in points is
 // written within 1/16 pt (the view's 100% would snap it to whole device units
 // and shift it by the fraction of the page's height).
-TEST_F(Users, RegionCropIsExactOnPagesOfFractionalSizeAtEveryRotation)
+TEST_F(E2EUsers, RegionCropIsExactOnPagesOfFractionalSizeAtEveryRotation)
 {
   const Box sizes[] = {{0, 0, 609.714, 789.041}, {0, 0, 839.055, 629.291}};
   const Box region{50.3, 60.7, 400.45, 500.123};
@@ -189,7 +133,7 @@ TEST_F(Users, RegionCropIsExactOnPagesOfFractionalSizeAtEveryRotation)
   }
 }
 
-TEST_F(Users, ScriptDragAndClickNamePagePointsExactly)
+TEST_F(E2EUsers, ScriptDragAndClickNamePagePointsExactly)
 {
   write("in.pdf", {page({0, 0, 609.714, 789.041}, 90)});
   // At the script's own zoom of 50% too: snapshots keep that zoom.
@@ -207,7 +151,7 @@ TEST_F(Users, ScriptDragAndClickNamePagePointsExactly)
 
 // ---- bounding-box margins ---------------------------------------------------------------
 
-TEST_F(Users, BBoxMarginWidensEveryBoundingBoxAndTheMediaBoxStillClips)
+TEST_F(E2EUsers, BBoxMarginWidensEveryBoundingBoxAndTheMediaBoxStillClips)
 {
   write("in.pdf", {withRect(page(), {100, 200, 300, 400}), withRect(page(), {5, 10, 600, 785})});
   RunResult r =
@@ -218,7 +162,7 @@ TEST_F(Users, BBoxMarginWidensEveryBoundingBoxAndTheMediaBoxStillClips)
   expectBox(b[1].crop, kLetter, 0.25, lastRun);
 }
 
-TEST_F(Users, BBoxMarginFromTheConfigFileAndTheCommandLineBeatsIt)
+TEST_F(E2EUsers, BBoxMarginFromTheConfigFileAndTheCommandLineBeatsIt)
 {
   write("in.pdf", {withRect(page(), {100, 200, 300, 400})});
   ::mkdir(dir.file("folio").c_str(), 0755); // the config folder (XDG_CONFIG_HOME is the test's)
@@ -231,7 +175,7 @@ TEST_F(Users, BBoxMarginFromTheConfigFileAndTheCommandLineBeatsIt)
   expectBox(boxes(path("zero.pdf"))[0].crop, {100, 200, 300, 400}, 0.25, lastRun);
 }
 
-TEST_F(Users, BadBBoxMarginIsACommandLineError)
+TEST_F(E2EUsers, BadBBoxMarginIsACommandLineError)
 {
   RunResult r = folio({"--bbox-margin", "-3", "--crop-bbox", "each", "in.pdf", "-o", "out.pdf"});
   EXPECT_EQ(r.exitCode, 2) << lastRun;
@@ -240,7 +184,7 @@ TEST_F(Users, BadBBoxMarginIsACommandLineError)
 
 // ---- page selections --------------------------------------------------------------------
 
-TEST_F(Users, BBoxCropOfAListOfPagesGoesPageByPage)
+TEST_F(E2EUsers, BBoxCropOfAListOfPagesGoesPageByPage)
 {
   std::vector<gen::PageSpec> pages;
   for (int i = 0; i < 5; ++i)
@@ -259,7 +203,7 @@ TEST_F(Users, BBoxCropOfAListOfPagesGoesPageByPage)
   EXPECT_EQ(e2e::linesStartingWith(r.out, "question: Crop which pages").size(), 4u) << lastRun;
 }
 
-TEST_F(Users, ResetOfEvenPagesAndTheUnchangedOnesAreReported)
+TEST_F(E2EUsers, ResetOfEvenPagesAndTheUnchangedOnesAreReported)
 {
   write("in.pdf", {withCrop(page(), {10, 10, 600, 780}), withCrop(page(), {20, 20, 590, 770}),
                    withCrop(page(), {30, 30, 580, 760}), page()});
@@ -273,7 +217,7 @@ TEST_F(Users, ResetOfEvenPagesAndTheUnchangedOnesAreReported)
   EXPECT_FALSE(contains(r.out, "unchanged: page 2")) << lastRun;
 }
 
-TEST_F(Users, RegionCropOfOddPagesReportsThePageThePlugInRefused)
+TEST_F(E2EUsers, RegionCropOfOddPagesReportsThePageThePlugInRefused)
 {
   // The region lies wholly off the third page's media box.
   write("in.pdf", {page(), page(), page({1000, 1000, 1612, 1792}), page()});
@@ -294,7 +238,7 @@ TEST_F(Users, RegionCropOfOddPagesReportsThePageThePlugInRefused)
   EXPECT_EQ(lines[0].substr(19), notes.back().substr(6)) << lastRun;
 }
 
-TEST_F(Users, PrintScriptShowsThePageByPageScript)
+TEST_F(E2EUsers, PrintScriptShowsThePageByPageScript)
 {
   write("in.pdf", {page(), page(), page()});
   RunResult r = folio({"--reset-media-box", "all", "--pages", "2-3", "--print-script", path("in.pdf"), "-o",
@@ -306,7 +250,7 @@ TEST_F(Users, PrintScriptShowsThePageByPageScript)
   EXPECT_FALSE(contains(r.out, "page 1\n")) << lastRun;
 }
 
-TEST_F(Users, BadPageSelectionsAreClearErrors)
+TEST_F(E2EUsers, BadPageSelectionsAreClearErrors)
 {
   write("in.pdf", {page(), page(), page()});
   struct Case {
