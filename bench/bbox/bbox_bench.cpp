@@ -85,27 +85,10 @@ double diff(const B &a, const B &b)
 
 // ---- real documents, through the programs --------------------------------------
 
-struct Run {
-  double wall = 0; // seconds
-  double cpu = 0;  // user + system seconds of the child and its children
-  long peakKb = 0; // maximum resident set size
-  int status = -1; // exit status
-};
-
-// Runs a program with its output discarded; its figures from the support
-// library's runner (wall time from the start to the reaping, rusage).
-Run spawnAndTime(const std::vector<std::string> &args)
-{
-  testsupport::RunOptions o;
-  o.output = testsupport::Output::Discard;
-  const testsupport::RunResult result = testsupport::runProgram(args, o);
-  Run r;
-  r.wall = result.wallSeconds;
-  r.cpu = result.cpuSeconds;
-  r.peakKb = result.peakRssKb;
-  r.status = result.exitCode;
-  return r;
-}
+// A child's figures: wall and CPU seconds (of the child and the children it
+// waited for), peak resident set, exit status.
+using Run = testsupport::RunResult;
+using testsupport::timeProgram;
 
 int countPages(const std::string &path)
 {
@@ -124,11 +107,11 @@ std::string baseName(const std::string &path)
 
 void printRun(const char *what, const Run &r, const Run *loose)
 {
-  std::printf("  %-24s wall %8.2f s  cpu %8.2f s  peak %6.1f MB  exit %d", what, r.wall, r.cpu,
-              r.peakKb / 1024.0, r.status);
-  if (loose && loose->wall > 0)
-    std::printf("  %6.2fx wall  %6.2fx cpu (of the loose device)", r.wall / loose->wall,
-                loose->cpu > 0 ? r.cpu / loose->cpu : 0.0);
+  std::printf("  %-24s wall %8.2f s  cpu %8.2f s  peak %6.1f MB  exit %d", what, r.wallSeconds, r.cpuSeconds,
+              r.peakRssKb / 1024.0, r.exitCode);
+  if (loose && loose->wallSeconds > 0)
+    std::printf("  %6.2fx wall  %6.2fx cpu (of the loose device)", r.wallSeconds / loose->wallSeconds,
+                loose->cpuSeconds > 0 ? r.cpuSeconds / loose->cpuSeconds : 0.0);
   std::printf("\n");
   std::fflush(stdout);
 }
@@ -159,13 +142,13 @@ int filesMode(int argc, char **argv)
   }
   const std::string out = std::string(dir) + "/out.pdf";
   Run total, totalLoose, totalGs;
-  total.status = totalLoose.status = totalGs.status = 0; // the first failure's status, else 0
+  total.exitCode = totalLoose.exitCode = totalGs.exitCode = 0; // the first failure's status, else 0
   int totalPages = 0;
   for (const std::string &f : files) {
     int pages = countPages(f);
     std::printf("%s: %d pages\n", baseName(f).c_str(), pages);
-    Run ours = spawnAndTime({FOLIO_EXE, "--crop-bbox", "each", f, "-o", out});
-    Run loose = spawnAndTime({"mutool", "draw", "-F", "bbox", "-o", "/dev/null", f});
+    Run ours = timeProgram({FOLIO_EXE, "--crop-bbox", "each", f, "-o", out});
+    Run loose = timeProgram({"mutool", "draw", "-F", "bbox", "-o", "/dev/null", f});
     printRun("folio --crop-bbox each", ours, &loose);
     printRun("mutool draw -F bbox", loose, nullptr);
     Run ghost;
@@ -175,29 +158,29 @@ int filesMode(int argc, char **argv)
       if (n < pages)
         args.push_back("-dLastPage=" + std::to_string(n));
       args.push_back(f);
-      ghost = spawnAndTime(args);
+      ghost = timeProgram(args);
       if (n < pages && n > 0) {
         // Scaled to the whole file, as if every page cost as much.
-        ghost.wall *= double(pages) / n;
-        ghost.cpu *= double(pages) / n;
+        ghost.wallSeconds *= double(pages) / n;
+        ghost.cpuSeconds *= double(pages) / n;
       }
       std::string what = n < pages ? "gs bbox (" + std::to_string(n) + " p, scaled)" : "gs -sDEVICE=bbox";
       printRun(what.c_str(), ghost, &loose);
-      if (!totalGs.status)
-        totalGs.status = ghost.status;
-      totalGs.wall += ghost.wall;
-      totalGs.cpu += ghost.cpu;
+      if (!totalGs.exitCode)
+        totalGs.exitCode = ghost.exitCode;
+      totalGs.wallSeconds += ghost.wallSeconds;
+      totalGs.cpuSeconds += ghost.cpuSeconds;
     }
-    if (!total.status)
-      total.status = ours.status;
-    if (!totalLoose.status)
-      totalLoose.status = loose.status;
-    total.wall += ours.wall;
-    total.cpu += ours.cpu;
-    total.peakKb = std::max(total.peakKb, ours.peakKb);
-    totalLoose.wall += loose.wall;
-    totalLoose.cpu += loose.cpu;
-    totalLoose.peakKb = std::max(totalLoose.peakKb, loose.peakKb);
+    if (!total.exitCode)
+      total.exitCode = ours.exitCode;
+    if (!totalLoose.exitCode)
+      totalLoose.exitCode = loose.exitCode;
+    total.wallSeconds += ours.wallSeconds;
+    total.cpuSeconds += ours.cpuSeconds;
+    total.peakRssKb = std::max(total.peakRssKb, ours.peakRssKb);
+    totalLoose.wallSeconds += loose.wallSeconds;
+    totalLoose.cpuSeconds += loose.cpuSeconds;
+    totalLoose.peakRssKb = std::max(totalLoose.peakRssKb, loose.peakRssKb);
     totalPages += pages;
   }
   std::printf("total: %zu files, %d pages\n", files.size(), totalPages);

@@ -18,34 +18,15 @@
 
 namespace {
 
-struct Figures {
-  double wall = 0; // seconds
-  double cpu = 0;  // user + system seconds
-  long peakKb = 0; // maximum resident set size
-  int status = -1; // exit status
-};
+using testsupport::RunResult;
+using testsupport::timeProgram;
 
-// Runs a program with its output discarded; its figures from the support
-// library's runner (wall time from the start to the reaping, rusage).
-Figures measure(const std::vector<std::string> &args)
+void print(const char *what, const RunResult &f, const RunResult *baseline)
 {
-  testsupport::RunOptions o;
-  o.output = testsupport::Output::Discard;
-  const testsupport::RunResult r = testsupport::runProgram(args, o);
-  Figures f;
-  f.wall = r.wallSeconds;
-  f.cpu = r.cpuSeconds;
-  f.peakKb = r.peakRssKb;
-  f.status = r.exitCode;
-  return f;
-}
-
-void print(const char *what, const Figures &f, const Figures *baseline)
-{
-  std::printf("%-34s wall %7.2f s  cpu %7.2f s  peak %7.1f MB  exit %d", what, f.wall, f.cpu,
-              f.peakKb / 1024.0, f.status);
-  if (baseline && baseline->wall > 0)
-    std::printf("  (%.2fx the rewrite)", f.wall / baseline->wall);
+  std::printf("%-34s wall %7.2f s  cpu %7.2f s  peak %7.1f MB  exit %d", what, f.wallSeconds, f.cpuSeconds,
+              f.peakRssKb / 1024.0, f.exitCode);
+  if (baseline && baseline->wallSeconds > 0)
+    std::printf("  (%.2fx the rewrite)", f.wallSeconds / baseline->wallSeconds);
   std::printf("\n");
   std::fflush(stdout);
 }
@@ -87,15 +68,16 @@ int main(int argc, char **argv)
               std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count(), in.c_str());
 
   const std::string folio = FOLIO_EXE;
-  Figures rewrite = measure({"qpdf", in, dir + "/rewrite.pdf"});
+  RunResult rewrite = timeProgram({"qpdf", in, dir + "/rewrite.pdf"});
   print("qpdf IN OUT (plain rewrite)", rewrite, nullptr);
-  Figures region = measure({folio, "--crop-region", "72 72 540 720", in, "-o", dir + "/region.pdf"});
+  RunResult region = timeProgram({folio, "--crop-region", "72 72 540 720", in, "-o", dir + "/region.pdf"});
   print("folio --crop-region (all pages)", region, &rewrite);
-  Figures rewrite2 = measure({"qpdf", in, dir + "/rewrite2.pdf"});
+  RunResult rewrite2 = timeProgram({"qpdf", in, dir + "/rewrite2.pdf"});
   print("qpdf IN OUT (again)", rewrite2, nullptr);
-  Figures bbox = measure({folio, "--crop-bbox", "each", in, "-o", dir + "/bbox.pdf"});
+  RunResult bbox = timeProgram({folio, "--crop-bbox", "each", in, "-o", dir + "/bbox.pdf"});
   print("folio --crop-bbox each", bbox, &rewrite2);
-  Figures reset = measure({folio, "--reset-media-box", "all", dir + "/region.pdf", "-o", dir + "/reset.pdf"});
+  RunResult reset =
+      timeProgram({folio, "--reset-media-box", "all", dir + "/region.pdf", "-o", dir + "/reset.pdf"});
   print("folio --reset-media-box all", reset, &rewrite);
   std::printf("files left in %s\n", dir.c_str());
   return 0;

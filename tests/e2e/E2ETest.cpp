@@ -13,6 +13,7 @@
 
 using e2e::Box;
 using e2e::contains;
+using e2e::expectBoxNear;
 using e2e::kFolio;
 using e2e::kLetter;
 using e2e::PageBoxes;
@@ -46,14 +47,6 @@ protected:
 
 #define EXPECT_BOX(actual, l, b, r, t)                                                                       \
   EXPECT_EQ(e2e::toString(actual), e2e::toString(Box{l, b, r, t})) << lastRun
-
-void expectNear(const Box &a, const gen::Box &want, double tol, const std::string &ctx)
-{
-  EXPECT_NEAR(a.left, want.x0, tol) << ctx;
-  EXPECT_NEAR(a.bottom, want.y0, tol) << ctx;
-  EXPECT_NEAR(a.right, want.x1, tol) << ctx;
-  EXPECT_NEAR(a.top, want.y1, tol) << ctx;
-}
 
 const char *const kPagesToCrop = "question: Pages to crop? [Current|All|Cancel]";
 const char *const kOrientation =
@@ -378,10 +371,10 @@ TEST_F(E2E, BBoxEachPageToItsOwn)
   auto b = boxes(path("out.pdf"), 3);
   ASSERT_EQ(b.size(), 3u);
   // The model's bounding box is exact to 0.25 pt.
-  expectNear(b[0].crop, {100, 200, 300, 400}, 0.25, lastRun);
-  expectNear(b[1].crop, {50, 60, 700, 500}, 0.25, lastRun);
+  expectBoxNear(b[0].crop, {100, 200, 300, 400}, 0.25, lastRun);
+  expectBoxNear(b[1].crop, {50, 60, 700, 500}, 0.25, lastRun);
   // Ink off the media box is not counted: the box ends at the media box.
-  expectNear(b[2].crop, {0, 100, 200, 300}, 0.25, lastRun);
+  expectBoxNear(b[2].crop, {0, 100, 200, 300}, 0.25, lastRun);
 }
 
 TEST_F(E2E, BBoxBiggestIsTheUnionClippedToEachMediaBox)
@@ -393,9 +386,9 @@ TEST_F(E2E, BBoxBiggestIsTheUnionClippedToEachMediaBox)
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   auto b = boxes(path("out.pdf"), 3);
   ASSERT_EQ(b.size(), 3u);
-  expectNear(b[0].crop, {20, 20, 612, 500}, 0.25, lastRun);
-  expectNear(b[1].crop, {20, 20, 700, 500}, 0.25, lastRun);
-  expectNear(b[2].crop, {20, 20, 300, 300}, 0.25, lastRun);
+  expectBoxNear(b[0].crop, {20, 20, 612, 500}, 0.25, lastRun);
+  expectBoxNear(b[1].crop, {20, 20, 700, 500}, 0.25, lastRun);
+  expectBoxNear(b[2].crop, {20, 20, 300, 300}, 0.25, lastRun);
 }
 
 TEST_F(E2E, BBoxCurrentPageOnly)
@@ -406,7 +399,7 @@ TEST_F(E2E, BBoxCurrentPageOnly)
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   auto b = boxes(path("out.pdf"), 3);
   EXPECT_FALSE(b[0].hasCropBox);
-  expectNear(b[1].crop, {10, 20, 30, 40}, 0.25, lastRun);
+  expectBoxNear(b[1].crop, {10, 20, 30, 40}, 0.25, lastRun);
   EXPECT_FALSE(b[2].hasCropBox);
 }
 
@@ -417,7 +410,7 @@ TEST_F(E2E, BBoxOnePageDocumentIsNotAsked)
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   EXPECT_FALSE(contains(r.out, "question:")) << lastRun;
   EXPECT_TRUE(contains(r.out, "unused answer: All (line 4)\nunused answer: Each (line 5)\n")) << lastRun;
-  expectNear(boxes(path("out.pdf"))[0].crop, {100, 200, 300, 400}, 0.25, lastRun);
+  expectBoxNear(boxes(path("out.pdf"))[0].crop, {100, 200, 300, 400}, 0.25, lastRun);
 }
 
 // ---- reset to media box -----------------------------------------------------------
@@ -689,7 +682,7 @@ TEST_F(E2E, OwnerPasswordEnablesTheCommands)
                        "save " +
                        path("out.pdf") + "\n");
   ASSERT_EQ(r.exitCode, 0) << lastRun;
-  expectNear(boxes(path("out.pdf"), 2, "owner")[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
+  expectBoxNear(boxes(path("out.pdf"), 2, "owner")[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
 }
 
 TEST_F(E2E, EncryptedDocumentWithWrongPasswordSaysItIsWrong)
@@ -836,7 +829,7 @@ TEST_F(E2E, PasswordOptionOpensTheInputOfAShortcut)
   RunResult r =
       folio({"--crop-bbox", "each", "--password", "user", path("locked.pdf"), "-o", path("out.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
-  expectNear(boxes(path("out.pdf"), 1, "user")[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
+  expectBoxNear(boxes(path("out.pdf"), 1, "user")[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
 }
 
 TEST_F(E2E, PasswordOptionReadsStandardInputForADash)
@@ -891,11 +884,11 @@ TEST_F(E2E, OwnerPasswordOfAFileWithAnEmptyUserPasswordGrantsChanges)
   RunResult r = script("open " + path("locked.pdf") +
                        " owner\nanswer All|Current\nmenu QUIL:PageShearBBox\nsave " + path("out.pdf") + "\n");
   ASSERT_EQ(r.exitCode, 0) << lastRun;
-  expectNear(boxes(path("out.pdf"), 1)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
+  expectBoxNear(boxes(path("out.pdf"), 1)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
   RunResult c =
       folio({"--crop-bbox", "each", "--password", "owner", path("locked.pdf"), "-o", path("out2.pdf")});
   ASSERT_EQ(c.exitCode, 0) << lastRun;
-  expectNear(boxes(path("out2.pdf"), 1)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
+  expectBoxNear(boxes(path("out2.pdf"), 1)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
 }
 
 TEST_F(E2E, AModifyForbiddenDocumentSaysWhyACommandIsRefused)
@@ -923,7 +916,7 @@ TEST_F(E2E, AnAes256FileWithAnEmptyUserPasswordOpensWithoutOne)
   RunResult r = folio({"--crop-bbox", "each", path("aes.pdf"), "-o", path("out.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   EXPECT_TRUE(contains(r.out, "(2 pages)")) << lastRun;
-  expectNear(boxes(path("out.pdf"), 2)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
+  expectBoxNear(boxes(path("out.pdf"), 2)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
 }
 
 TEST_F(E2E, ControlBytesOfFileNamesNeverReachTheTerminal)

@@ -19,6 +19,16 @@ namespace gen = folio::pdfgen;
 inline const char *const kFolio = FOLIO_EXE;
 inline const Box kLetter{0, 0, 612, 792};
 
+// Expects every side of `actual` within `tol` points of `want`; `context`
+// goes into the failure message.
+inline void expectBoxNear(const Box &actual, const Box &want, double tol, const std::string &context)
+{
+  EXPECT_NEAR(actual.left, want.left, tol) << context;
+  EXPECT_NEAR(actual.bottom, want.bottom, tol) << context;
+  EXPECT_NEAR(actual.right, want.right, tol) << context;
+  EXPECT_NEAR(actual.top, want.top, tol) << context;
+}
+
 class FolioTest : public ::testing::Test {
 protected:
   TempDir dir{"folio-e2e"};

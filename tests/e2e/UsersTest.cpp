@@ -13,6 +13,7 @@
 
 using e2e::Box;
 using e2e::contains;
+using e2e::expectBoxNear;
 using e2e::kLetter;
 using e2e::PageBoxes;
 using e2e::RunResult;
@@ -21,14 +22,6 @@ namespace gen = folio::pdfgen;
 namespace {
 
 class E2EUsers : public e2e::FolioTest {};
-
-void expectBox(const Box &a, const Box &want, double tol, const std::string &ctx)
-{
-  EXPECT_NEAR(a.left, want.left, tol) << ctx;
-  EXPECT_NEAR(a.bottom, want.bottom, tol) << ctx;
-  EXPECT_NEAR(a.right, want.right, tol) << ctx;
-  EXPECT_NEAR(a.top, want.top, tol) << ctx;
-}
 
 } // namespace
 
@@ -64,16 +57,16 @@ TEST_F(E2EUsers, UndoAndRedoOfARegionCropAndABoundingBoxCrop)
 
   auto region = boxes(path("region.pdf"), 2);
   for (const PageBoxes &p : region)
-    expectBox(p.crop, {72, 72, 540, 720}, 1e-9, lastRun);
+    expectBoxNear(p.crop, {72, 72, 540, 720}, 1e-9, lastRun);
   // Back to the file as it was: no crop box where there was none, the old
   // one where there was one.
   auto original = boxes(path("original.pdf"), 2);
   EXPECT_FALSE(original[0].hasCropBox) << lastRun;
   ASSERT_TRUE(original[1].hasCropBox) << lastRun;
-  expectBox(original[1].crop, {10, 10, 602, 782}, 1e-9, lastRun);
+  expectBoxNear(original[1].crop, {10, 10, 602, 782}, 1e-9, lastRun);
   auto redone = boxes(path("redone.pdf"), 2);
   for (const PageBoxes &p : redone)
-    expectBox(p.crop, {72, 72, 540, 720}, 1e-9, lastRun);
+    expectBoxNear(p.crop, {72, 72, 540, 720}, 1e-9, lastRun);
 }
 
 TEST_F(E2EUsers, UndoOfResetToMediaBoxAfterASaveWorksOnTheDocumentInMemory)
@@ -84,10 +77,10 @@ TEST_F(E2EUsers, UndoOfResetToMediaBoxAfterASaveWorksOnTheDocumentInMemory)
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   EXPECT_TRUE(contains(r.out, "undone: Reset to Media Box\n")) << lastRun;
   auto reset = boxes(path("reset.pdf"), 2);
-  expectBox(reset[0].crop, kLetter, 1e-9, lastRun);
+  expectBoxNear(reset[0].crop, kLetter, 1e-9, lastRun);
   auto back = boxes(path("back.pdf"), 2);
-  expectBox(back[0].crop, {10, 20, 500, 700}, 1e-9, lastRun);
-  expectBox(back[1].crop, {30, 40, 550, 750}, 1e-9, lastRun);
+  expectBoxNear(back[0].crop, {10, 20, 500, 700}, 1e-9, lastRun);
+  expectBoxNear(back[1].crop, {30, 40, 550, 750}, 1e-9, lastRun);
 }
 
 TEST_F(E2EUsers, NothingToUndoOrRedoStopsTheRunWithItsLine)
@@ -128,7 +121,7 @@ TEST_F(E2EUsers, RegionCropIsExactOnPagesOfFractionalSizeAtEveryRotation)
           {"--crop-region", "50.3 60.7 400.45 500.123", path(tag + ".pdf"), "-o", path(tag + "-out.pdf")});
       ASSERT_EQ(r.exitCode, 0) << tag << "\n" << lastRun;
       for (const PageBoxes &p : boxes(path(tag + "-out.pdf"), 2))
-        expectBox(p.crop, region, 1.0 / 16, tag + "\n" + lastRun);
+        expectBoxNear(p.crop, region, 1.0 / 16, tag + "\n" + lastRun);
     }
   }
 }
@@ -142,7 +135,7 @@ TEST_F(E2EUsers, ScriptDragAndClickNamePagePointsExactly)
                        "click 200 400\nsnapshot " +
                        path("half.png") + "\nsave " + path("out.pdf") + "\n");
   ASSERT_EQ(r.exitCode, 0) << lastRun;
-  expectBox(boxes(path("out.pdf"))[0].crop, {33.33, 90.9, 500.05, 700.7}, 1.0 / 16, lastRun);
+  expectBoxNear(boxes(path("out.pdf"))[0].crop, {33.33, 90.9, 500.05, 700.7}, 1.0 / 16, lastRun);
   e2e::Image shot;
   ASSERT_TRUE(e2e::readPng(path("half.png"), shot)) << lastRun;
   // The rotated page at 50%: 789.041 / 2 pt across, plus the view's margins.
@@ -158,8 +151,8 @@ TEST_F(E2EUsers, BBoxMarginWidensEveryBoundingBoxAndTheMediaBoxStillClips)
       folio({"--bbox-margin", "12.5", "--crop-bbox", "each", path("in.pdf"), "-o", path("out.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   auto b = boxes(path("out.pdf"), 2);
-  expectBox(b[0].crop, {87.5, 187.5, 312.5, 412.5}, 0.25, lastRun);
-  expectBox(b[1].crop, kLetter, 0.25, lastRun);
+  expectBoxNear(b[0].crop, {87.5, 187.5, 312.5, 412.5}, 0.25, lastRun);
+  expectBoxNear(b[1].crop, kLetter, 0.25, lastRun);
 }
 
 TEST_F(E2EUsers, BBoxMarginFromTheConfigFileAndTheCommandLineBeatsIt)
@@ -169,10 +162,10 @@ TEST_F(E2EUsers, BBoxMarginFromTheConfigFileAndTheCommandLineBeatsIt)
   e2e::writeFile(dir.file("folio/folio.conf"), "bbox-margin = 20\n");
   RunResult r = folio({"--crop-bbox", "each", path("in.pdf"), "-o", path("conf.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
-  expectBox(boxes(path("conf.pdf"))[0].crop, {80, 180, 320, 420}, 0.25, lastRun);
+  expectBoxNear(boxes(path("conf.pdf"))[0].crop, {80, 180, 320, 420}, 0.25, lastRun);
   r = folio({"--bbox-margin", "0", "--crop-bbox", "each", path("in.pdf"), "-o", path("zero.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
-  expectBox(boxes(path("zero.pdf"))[0].crop, {100, 200, 300, 400}, 0.25, lastRun);
+  expectBoxNear(boxes(path("zero.pdf"))[0].crop, {100, 200, 300, 400}, 0.25, lastRun);
 }
 
 TEST_F(E2EUsers, BadBBoxMarginIsACommandLineError)
@@ -197,7 +190,7 @@ TEST_F(E2EUsers, BBoxCropOfAListOfPagesGoesPageByPage)
     if (i == 1)
       EXPECT_FALSE(b[i].hasCropBox) << lastRun;
     else
-      expectBox(b[i].crop, {100.0 + i, 200, 300, 400}, 0.25, lastRun);
+      expectBoxNear(b[i].crop, {100.0 + i, 200, 300, 400}, 0.25, lastRun);
   }
   EXPECT_FALSE(contains(r.out, "unchanged:")) << lastRun;
   EXPECT_EQ(e2e::linesStartingWith(r.out, "question: Crop which pages").size(), 4u) << lastRun;
@@ -210,9 +203,9 @@ TEST_F(E2EUsers, ResetOfEvenPagesAndTheUnchangedOnesAreReported)
   RunResult r = folio({"--reset-media-box", "all", "--pages", "even", path("in.pdf"), "-o", path("out.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   auto b = boxes(path("out.pdf"), 4);
-  expectBox(b[0].crop, {10, 10, 600, 780}, 1e-9, lastRun);
-  expectBox(b[1].crop, kLetter, 1e-9, lastRun);
-  expectBox(b[2].crop, {30, 30, 580, 760}, 1e-9, lastRun);
+  expectBoxNear(b[0].crop, {10, 10, 600, 780}, 1e-9, lastRun);
+  expectBoxNear(b[1].crop, kLetter, 1e-9, lastRun);
+  expectBoxNear(b[2].crop, {30, 30, 580, 760}, 1e-9, lastRun);
   EXPECT_TRUE(contains(r.out, "unchanged: page 4: its crop box is its media box already\n")) << lastRun;
   EXPECT_FALSE(contains(r.out, "unchanged: page 2")) << lastRun;
 }
@@ -225,7 +218,7 @@ TEST_F(E2EUsers, RegionCropOfOddPagesReportsThePageThePlugInRefused)
       folio({"--crop-region", "72 72 540 720", "--pages", "odd", path("in.pdf"), "-o", path("out.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   auto b = boxes(path("out.pdf"), 4);
-  expectBox(b[0].crop, {72, 72, 540, 720}, 1.0 / 16, lastRun);
+  expectBoxNear(b[0].crop, {72, 72, 540, 720}, 1.0 / 16, lastRun);
   EXPECT_FALSE(b[1].hasCropBox) << lastRun;
   EXPECT_FALSE(b[2].hasCropBox) << lastRun;
   EXPECT_FALSE(b[3].hasCropBox) << lastRun;

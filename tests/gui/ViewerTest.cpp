@@ -276,6 +276,20 @@ protected:
     clickAt(inside.first, inside.second);
   }
 
+  // Saves the document as `name` in the test's folder with Ctrl+Shift+S;
+  // `out` is the absolute path typed.
+  void saveAs(const std::string &name, std::string &out)
+  {
+    key("ctrl+shift+s");
+    ASSERT_NE(window("Save As"), 0u);
+    // The field holds the document's own path: select it all and type over it.
+    out = std::filesystem::absolute(dir + "/" + name).string();
+    ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "ctrl+slash"}), 0);
+    ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", out}), 0);
+    ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
+    settle(500);
+  }
+
   // Selects the crop tool with Ctrl+9 and finds the media box outline.
   void selectCropToolAndMeasure()
   {
@@ -690,16 +704,8 @@ TEST_F(GuiViewer, SaveAsWritesTheCropToANewFile)
   std::string pdf = openTwoPages();
   drawRegionAndClickInside();
   press("All");
-  key("ctrl+shift+s");
-  ASSERT_NE(window("Save As"), 0u);
-  // The field holds the document's own path: select it all and type over it.
-  char cwd[4096];
-  ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
-  std::string out = std::string(cwd) + "/" + dir + "/saved-as.pdf";
-  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "ctrl+slash"}), 0);
-  ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", out}), 0);
-  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
-  settle(500);
+  std::string out;
+  ASSERT_NO_FATAL_FAILURE(saveAs("saved-as.pdf", out));
   std::vector<Box> saved = boxesUntil(out, [](const std::vector<Box> &b) { return b.size() == 2; });
   ASSERT_EQ(saved.size(), 2u);
   for (const Box &box : saved) {
@@ -772,15 +778,8 @@ TEST_F(GuiViewer, SaveAsRetitlesTheWindowAndLaterSavesGoToTheNewFile)
     return a.width;
   };
   int before = itemWidth();
-  key("ctrl+shift+s");
-  ASSERT_NE(window("Save As"), 0u);
-  char cwd[4096];
-  ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
-  std::string out = std::string(cwd) + "/" + dir + "/renamed.pdf";
-  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "ctrl+slash"}), 0);
-  ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", out}), 0);
-  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
-  settle(500);
+  std::string out;
+  ASSERT_NO_FATAL_FAILURE(saveAs("renamed.pdf", out));
   EXPECT_NE(window("renamed.pdf - Folio"), 0u) << "the title still names the old file";
   // The Window menu lists the document once, under its new, longer name.
   int after = itemWidth();

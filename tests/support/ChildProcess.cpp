@@ -270,6 +270,13 @@ RunResult runProgram(const std::vector<std::string> &argv, const RunOptions &opt
   return child.wait(timeoutMs);
 }
 
+RunResult timeProgram(const std::vector<std::string> &argv)
+{
+  RunOptions o;
+  o.output = Output::Discard;
+  return runProgram(argv, o);
+}
+
 double now()
 {
   struct timespec ts;

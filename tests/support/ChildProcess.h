@@ -39,8 +39,8 @@ struct RunOptions {
   std::string input;                 // standard input
   std::vector<std::string> unsetEnv; // names taken out of the inherited environment; "FOLIO_*" takes every
                                      // name that starts with FOLIO_
-  std::vector<std::string> env; // NAME=VALUE entries set on top (they replace an inherited one)
-  std::string cwd;              // working folder; empty: the caller's
+  std::vector<std::string> env;      // NAME=VALUE entries set on top (they replace an inherited one)
+  std::string cwd;                   // working folder; empty: the caller's
   Output output = Output::Capture;
   std::string logPath;         // with Output::Log
   bool stderrTerminal = false; // standard error is a pseudo terminal (what a user at a terminal gives
@@ -93,6 +93,10 @@ private:
 // Starts `argv` and waits for its end (see ChildProcess::wait for the timeout).
 RunResult runProgram(const std::vector<std::string> &argv, const RunOptions &options = {},
                      int timeoutMs = -1);
+
+// Runs `argv` to its end with its outputs discarded: what a benchmark
+// times (wallSeconds, cpuSeconds, peakRssKb, exitCode).
+RunResult timeProgram(const std::vector<std::string> &argv);
 
 // Monotonic seconds.
 double now();
