@@ -34,6 +34,19 @@ RunResult runProgram(const std::string &program, const std::vector<std::string> 
   return c.wait();
 }
 
+RunResult runBatchSampling(const std::string &program, const std::string &configHome,
+                           const std::string &display, const std::string &script,
+                           const std::function<bool(pid_t)> &sample)
+{
+  RunOptions o;
+  o.display = display;
+  o.input = script;
+  Child c(program, {"--batch", "-"}, configHome, o);
+  while (!c.finished() && sample(c.pid()))
+    sleepSeconds(0.02);
+  return c.wait();
+}
+
 long selfPeakRssKb()
 {
   std::ifstream in("/proc/self/status");

@@ -8,6 +8,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -62,6 +63,13 @@ public:
 // Runs the program to its end (see Child).
 RunResult runProgram(const std::string &program, const std::vector<std::string> &args,
                      const std::string &configHome, const RunOptions &options = {});
+
+// Runs `program --batch -` with `script` on standard input, on the X
+// server `display`, and calls `sample(pid)` every 20 ms while it runs until
+// `sample` answers false; then waits for its end.
+RunResult runBatchSampling(const std::string &program, const std::string &configHome,
+                           const std::string &display, const std::string &script,
+                           const std::function<bool(pid_t)> &sample);
 
 // The peak resident set of this process so far, in kB (VmHWM).
 long selfPeakRssKb();
