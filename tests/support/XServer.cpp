@@ -42,7 +42,10 @@ XServer::XServer(const Options &options)
     error_ = std::string("pipe: ") + std::strerror(errno);
     return;
   }
+  // Everything the child needs is made before the fork: it only calls
+  // async-signal-safe functions until the exec.
   const std::string screen = std::to_string(options.width) + "x" + std::to_string(options.height) + "x24";
+  const std::string fd = std::to_string(fds[1]);
   pid_t pid = ::fork();
   if (pid < 0) {
     error_ = std::string("fork: ") + std::strerror(errno);
@@ -53,15 +56,14 @@ XServer::XServer(const Options &options)
   if (pid == 0) {
     // The server must not outlive a test that crashes or is killed.
     ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-    // The write end must survive the exec: a copy without close-on-exec.
-    int wfd = ::dup(fds[1]);
+    // The write end must survive the exec (the read end closes with it).
+    ::fcntl(fds[1], F_SETFD, 0);
     int devnull = ::open("/dev/null", O_RDWR);
     if (devnull >= 0) {
       ::dup2(devnull, 0);
       ::dup2(devnull, 1);
       ::dup2(devnull, 2);
     }
-    const std::string fd = std::to_string(wfd);
     ::execlp(options.program.c_str(), options.program.c_str(), "-displayfd", fd.c_str(), "-screen", "0",
              screen.c_str(), "-nolisten", "tcp", "-noreset", static_cast<char *>(nullptr));
     ::_exit(127);
