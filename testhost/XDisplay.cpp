@@ -7,102 +7,19 @@
 #include <X11/Shell.h>
 #include <X11/StringDefs.h>
 
-#include <cerrno>
-#include <csignal>
 #include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/prctl.h>
-#include <sys/types.h>
-#include <sys/wait.h>
-#include <unistd.h>
+
+#include "support/XServer.h"
 
 namespace testhost {
 namespace {
 
-pid_t gXvfbPid = -1;
-
-// Stops the private server at process exit.
-void stopXvfb()
+// The private server, when one is needed: started on first use, stopped at
+// exit by its destructor (and with the process if it is killed).
+testsupport::XServer &privateServer()
 {
-  if (gXvfbPid <= 0)
-    return;
-  kill(gXvfbPid, SIGTERM);
-  int status = 0;
-  while (waitpid(gXvfbPid, &status, 0) < 0 && errno == EINTR) {
-  }
-  gXvfbPid = -1;
-}
-
-// Starts `Xvfb -displayfd FD` and reads the display number it picked.
-// Returns ":N", or an empty string with `error` set.
-std::string startXvfb(std::string &error)
-{
-  int fds[2];
-  if (pipe2(fds, O_CLOEXEC) != 0) {
-    error = std::string("pipe: ") + std::strerror(errno);
-    return {};
-  }
-  pid_t pid = fork();
-  if (pid < 0) {
-    error = std::string("fork: ") + std::strerror(errno);
-    close(fds[0]);
-    close(fds[1]);
-    return {};
-  }
-  if (pid == 0) {
-    // The server goes when the test process goes, even if it is killed.
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
-    close(fds[0]);
-    // The write end must survive exec: dup it without close-on-exec.
-    int wfd = dup(fds[1]);
-    int devnull = open("/dev/null", O_RDWR);
-    if (devnull >= 0) {
-      dup2(devnull, 0);
-      dup2(devnull, 1);
-      dup2(devnull, 2);
-    }
-    std::string fdArg = std::to_string(wfd);
-    execlp("Xvfb", "Xvfb", "-displayfd", fdArg.c_str(), "-screen", "0", "1280x1024x24", "-nolisten", "tcp",
-           static_cast<char *>(nullptr));
-    _exit(127);
-  }
-  close(fds[1]);
-  gXvfbPid = pid;
-  std::atexit(stopXvfb);
-
-  // The server writes its display number and a newline once it is ready.
-  std::string number;
-  for (;;) {
-    pollfd p{fds[0], POLLIN, 0};
-    int r = poll(&p, 1, 20000);
-    if (r < 0 && errno == EINTR)
-      continue;
-    if (r <= 0) {
-      error = "Xvfb did not report a display within 20 s";
-      break;
-    }
-    char c;
-    ssize_t n = read(fds[0], &c, 1);
-    if (n < 0 && errno == EINTR)
-      continue;
-    if (n <= 0) {
-      error = "Xvfb exited before reporting a display (is it installed?)";
-      break;
-    }
-    if (c == '\n')
-      break;
-    number += c;
-  }
-  close(fds[0]);
-  if (!error.empty() || number.empty()) {
-    if (error.empty())
-      error = "Xvfb reported no display number";
-    stopXvfb();
-    return {};
-  }
-  return ":" + number;
+  static testsupport::XServer server;
+  return server;
 }
 
 XDisplayInfo openDisplay()
@@ -120,9 +37,12 @@ XDisplayInfo openDisplay()
       info.name = env;
   }
   if (info.display == nullptr) {
-    std::string name = startXvfb(info.error);
-    if (name.empty())
+    const testsupport::XServer &server = privateServer();
+    if (!server.ok()) {
+      info.error = server.error();
       return info;
+    }
+    const std::string &name = server.display();
     info.display = XtOpenDisplay(app, name.c_str(), "pgsheartest", "PgShearTest", nullptr, 0, &argc, nullptr);
     if (info.display == nullptr) {
       info.error = "cannot open the private display " + name;

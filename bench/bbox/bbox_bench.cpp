@@ -28,11 +28,6 @@
 // (`gs -sDEVICE=bbox`; on at most N pages with --gs-pages, its time then
 // scaled to the whole file by pages, and left out with --no-gs), then the
 // ratios; then the totals.
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/time.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -41,17 +36,17 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "model/Document.h"
 #include "model/ModelError.h"
 #include "pdfgen.h"
+#include "support/ChildProcess.h"
 
 using namespace folio;
 using Clock = std::chrono::steady_clock;
-
-extern char **environ;
 
 namespace {
 
@@ -90,42 +85,10 @@ double diff(const B &a, const B &b)
 
 // ---- real documents, through the programs --------------------------------------
 
-struct Run {
-  double wall = 0; // seconds
-  double cpu = 0;  // user + system seconds of the child and its children
-  long peakKb = 0; // maximum resident set size
-  int status = -1; // exit status
-};
-
-// Runs a program with its output discarded and measures it with wait4.
-Run spawnAndTime(const std::vector<std::string> &args)
-{
-  std::vector<char *> argv;
-  for (const std::string &a : args)
-    argv.push_back(const_cast<char *>(a.c_str()));
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t fa;
-  posix_spawn_file_actions_init(&fa);
-  posix_spawn_file_actions_addopen(&fa, 1, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&fa, 2, "/dev/null", O_WRONLY, 0);
-  Run r;
-  auto t0 = Clock::now();
-  pid_t pid;
-  if (posix_spawnp(&pid, argv[0], &fa, nullptr, argv.data(), environ) != 0) {
-    posix_spawn_file_actions_destroy(&fa);
-    return r;
-  }
-  posix_spawn_file_actions_destroy(&fa);
-  int status = 0;
-  struct rusage ru {};
-  wait4(pid, &status, 0, &ru);
-  r.wall = std::chrono::duration<double>(Clock::now() - t0).count();
-  r.cpu = double(ru.ru_utime.tv_sec + ru.ru_stime.tv_sec) +
-          double(ru.ru_utime.tv_usec + ru.ru_stime.tv_usec) / 1e6;
-  r.peakKb = ru.ru_maxrss;
-  r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return r;
-}
+// A child's figures: wall and CPU seconds (of the child and the children it
+// waited for), peak resident set, exit status.
+using Run = testsupport::RunResult;
+using testsupport::timeProgram;
 
 int countPages(const std::string &path)
 {
@@ -144,11 +107,11 @@ std::string baseName(const std::string &path)
 
 void printRun(const char *what, const Run &r, const Run *loose)
 {
-  std::printf("  %-24s wall %8.2f s  cpu %8.2f s  peak %6.1f MB  exit %d", what, r.wall, r.cpu,
-              r.peakKb / 1024.0, r.status);
-  if (loose && loose->wall > 0)
-    std::printf("  %6.2fx wall  %6.2fx cpu (of the loose device)", r.wall / loose->wall,
-                loose->cpu > 0 ? r.cpu / loose->cpu : 0.0);
+  std::printf("  %-24s wall %8.2f s  cpu %8.2f s  peak %6.1f MB  exit %d", what, r.wallSeconds, r.cpuSeconds,
+              r.peakRssKb / 1024.0, r.exitCode);
+  if (loose && loose->wallSeconds > 0)
+    std::printf("  %6.2fx wall  %6.2fx cpu (of the loose device)", r.wallSeconds / loose->wallSeconds,
+                loose->cpuSeconds > 0 ? r.cpuSeconds / loose->cpuSeconds : 0.0);
   std::printf("\n");
   std::fflush(stdout);
 }
@@ -179,13 +142,13 @@ int filesMode(int argc, char **argv)
   }
   const std::string out = std::string(dir) + "/out.pdf";
   Run total, totalLoose, totalGs;
-  total.status = totalLoose.status = totalGs.status = 0; // the first failure's status, else 0
+  total.exitCode = totalLoose.exitCode = totalGs.exitCode = 0; // the first failure's status, else 0
   int totalPages = 0;
   for (const std::string &f : files) {
     int pages = countPages(f);
     std::printf("%s: %d pages\n", baseName(f).c_str(), pages);
-    Run ours = spawnAndTime({FOLIO_EXE, "--crop-bbox", "each", f, "-o", out});
-    Run loose = spawnAndTime({"mutool", "draw", "-F", "bbox", "-o", "/dev/null", f});
+    Run ours = timeProgram({FOLIO_EXE, "--crop-bbox", "each", f, "-o", out});
+    Run loose = timeProgram({"mutool", "draw", "-F", "bbox", "-o", "/dev/null", f});
     printRun("folio --crop-bbox each", ours, &loose);
     printRun("mutool draw -F bbox", loose, nullptr);
     Run ghost;
@@ -195,29 +158,29 @@ int filesMode(int argc, char **argv)
       if (n < pages)
         args.push_back("-dLastPage=" + std::to_string(n));
       args.push_back(f);
-      ghost = spawnAndTime(args);
+      ghost = timeProgram(args);
       if (n < pages && n > 0) {
         // Scaled to the whole file, as if every page cost as much.
-        ghost.wall *= double(pages) / n;
-        ghost.cpu *= double(pages) / n;
+        ghost.wallSeconds *= double(pages) / n;
+        ghost.cpuSeconds *= double(pages) / n;
       }
       std::string what = n < pages ? "gs bbox (" + std::to_string(n) + " p, scaled)" : "gs -sDEVICE=bbox";
       printRun(what.c_str(), ghost, &loose);
-      if (!totalGs.status)
-        totalGs.status = ghost.status;
-      totalGs.wall += ghost.wall;
-      totalGs.cpu += ghost.cpu;
+      if (!totalGs.exitCode)
+        totalGs.exitCode = ghost.exitCode;
+      totalGs.wallSeconds += ghost.wallSeconds;
+      totalGs.cpuSeconds += ghost.cpuSeconds;
     }
-    if (!total.status)
-      total.status = ours.status;
-    if (!totalLoose.status)
-      totalLoose.status = loose.status;
-    total.wall += ours.wall;
-    total.cpu += ours.cpu;
-    total.peakKb = std::max(total.peakKb, ours.peakKb);
-    totalLoose.wall += loose.wall;
-    totalLoose.cpu += loose.cpu;
-    totalLoose.peakKb = std::max(totalLoose.peakKb, loose.peakKb);
+    if (!total.exitCode)
+      total.exitCode = ours.exitCode;
+    if (!totalLoose.exitCode)
+      totalLoose.exitCode = loose.exitCode;
+    total.wallSeconds += ours.wallSeconds;
+    total.cpuSeconds += ours.cpuSeconds;
+    total.peakRssKb = std::max(total.peakRssKb, ours.peakRssKb);
+    totalLoose.wallSeconds += loose.wallSeconds;
+    totalLoose.cpuSeconds += loose.cpuSeconds;
+    totalLoose.peakRssKb = std::max(totalLoose.peakRssKb, loose.peakRssKb);
     totalPages += pages;
   }
   std::printf("total: %zu files, %d pages\n", files.size(), totalPages);
@@ -277,26 +240,22 @@ int main(int argc, char **argv)
     }
   }
 
-  // Ghostscript, on the same file in the same run.
-  std::string cmd = "gs -q -dNOPAUSE -dBATCH -dSAFER -sDEVICE=bbox '" + path + "' 2>&1";
-  t0 = Clock::now();
-  FILE *gs = popen(cmd.c_str(), "r");
-  if (!gs) {
-    std::fprintf(stderr, "bbox_bench: cannot run gs\n");
-    return 1;
-  }
+  // Ghostscript, on the same file in the same run; its bbox device writes
+  // the boxes to standard error.
+  const testsupport::RunResult gs =
+      testsupport::runProgram({"gs", "-q", "-dNOPAUSE", "-dBATCH", "-dSAFER", "-sDEVICE=bbox", path});
   std::vector<B> theirs;
-  char line[512];
-  while (std::fgets(line, sizeof line, gs)) {
+  std::istringstream lines(gs.out + gs.err);
+  std::string line;
+  while (std::getline(lines, line)) {
     B b;
-    if (std::sscanf(line, "%%%%HiResBoundingBox: %lf %lf %lf %lf", &b.x0, &b.y0, &b.x1, &b.y1) == 4)
+    if (std::sscanf(line.c_str(), "%%%%HiResBoundingBox: %lf %lf %lf %lf", &b.x0, &b.y0, &b.x1, &b.y1) == 4)
       theirs.push_back(b);
   }
-  int gsStatus = pclose(gs);
-  double ghost = std::chrono::duration<double>(Clock::now() - t0).count();
-  if (gsStatus != 0 || static_cast<int>(theirs.size()) != pages) {
-    std::fprintf(stderr, "bbox_bench: gs gave %zu boxes for %d pages (status %d)\n", theirs.size(), pages,
-                 gsStatus);
+  const double ghost = gs.wallSeconds;
+  if (gs.exitCode != 0 || static_cast<int>(theirs.size()) != pages) {
+    std::fprintf(stderr, "bbox_bench: gs gave %zu boxes for %d pages (exit %d)\n", theirs.size(), pages,
+                 gs.exitCode);
     return 1;
   }
 

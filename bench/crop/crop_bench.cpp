@@ -4,13 +4,7 @@
 // memory of every child; asserts nothing.
 //
 //   crop_bench [PAGES] [WORKDIR]      (defaults: 10000, a fresh folder in /tmp)
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/time.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
@@ -20,54 +14,19 @@
 #include <vector>
 
 #include "pdfgen.h"
-
-extern char **environ;
+#include "support/ChildProcess.h"
 
 namespace {
 
-struct Figures {
-  double wall = 0; // seconds
-  double cpu = 0;  // user + system seconds
-  long peakKb = 0; // maximum resident set size
-  int status = -1; // exit status
-};
+using testsupport::RunResult;
+using testsupport::timeProgram;
 
-// Runs a program with its output discarded; measures it with wait4.
-Figures measure(const std::vector<std::string> &args)
+void print(const char *what, const RunResult &f, const RunResult *baseline)
 {
-  std::vector<char *> argv;
-  for (const std::string &a : args)
-    argv.push_back(const_cast<char *>(a.c_str()));
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t fa;
-  posix_spawn_file_actions_init(&fa);
-  posix_spawn_file_actions_addopen(&fa, 1, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&fa, 2, "/dev/null", O_WRONLY, 0);
-  Figures f;
-  auto t0 = std::chrono::steady_clock::now();
-  pid_t pid;
-  if (posix_spawnp(&pid, argv[0], &fa, nullptr, argv.data(), environ) != 0) {
-    posix_spawn_file_actions_destroy(&fa);
-    return f;
-  }
-  posix_spawn_file_actions_destroy(&fa);
-  int status = 0;
-  struct rusage ru {};
-  wait4(pid, &status, 0, &ru);
-  f.wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
-  f.cpu = double(ru.ru_utime.tv_sec + ru.ru_stime.tv_sec) +
-          double(ru.ru_utime.tv_usec + ru.ru_stime.tv_usec) / 1e6;
-  f.peakKb = ru.ru_maxrss;
-  f.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return f;
-}
-
-void print(const char *what, const Figures &f, const Figures *baseline)
-{
-  std::printf("%-34s wall %7.2f s  cpu %7.2f s  peak %7.1f MB  exit %d", what, f.wall, f.cpu,
-              f.peakKb / 1024.0, f.status);
-  if (baseline && baseline->wall > 0)
-    std::printf("  (%.2fx the rewrite)", f.wall / baseline->wall);
+  std::printf("%-34s wall %7.2f s  cpu %7.2f s  peak %7.1f MB  exit %d", what, f.wallSeconds, f.cpuSeconds,
+              f.peakRssKb / 1024.0, f.exitCode);
+  if (baseline && baseline->wallSeconds > 0)
+    std::printf("  (%.2fx the rewrite)", f.wallSeconds / baseline->wallSeconds);
   std::printf("\n");
   std::fflush(stdout);
 }
@@ -109,15 +68,16 @@ int main(int argc, char **argv)
               std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count(), in.c_str());
 
   const std::string folio = FOLIO_EXE;
-  Figures rewrite = measure({"qpdf", in, dir + "/rewrite.pdf"});
+  RunResult rewrite = timeProgram({"qpdf", in, dir + "/rewrite.pdf"});
   print("qpdf IN OUT (plain rewrite)", rewrite, nullptr);
-  Figures region = measure({folio, "--crop-region", "72 72 540 720", in, "-o", dir + "/region.pdf"});
+  RunResult region = timeProgram({folio, "--crop-region", "72 72 540 720", in, "-o", dir + "/region.pdf"});
   print("folio --crop-region (all pages)", region, &rewrite);
-  Figures rewrite2 = measure({"qpdf", in, dir + "/rewrite2.pdf"});
+  RunResult rewrite2 = timeProgram({"qpdf", in, dir + "/rewrite2.pdf"});
   print("qpdf IN OUT (again)", rewrite2, nullptr);
-  Figures bbox = measure({folio, "--crop-bbox", "each", in, "-o", dir + "/bbox.pdf"});
+  RunResult bbox = timeProgram({folio, "--crop-bbox", "each", in, "-o", dir + "/bbox.pdf"});
   print("folio --crop-bbox each", bbox, &rewrite2);
-  Figures reset = measure({folio, "--reset-media-box", "all", dir + "/region.pdf", "-o", dir + "/reset.pdf"});
+  RunResult reset =
+      timeProgram({folio, "--reset-media-box", "all", dir + "/region.pdf", "-o", dir + "/reset.pdf"});
   print("folio --reset-media-box all", reset, &rewrite);
   std::printf("files left in %s\n", dir.c_str());
   return 0;

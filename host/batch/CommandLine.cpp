@@ -442,6 +442,26 @@ bool runsPageByPage(const Options &o)
   return o.mode == Mode::Shortcut && (k == Kind::List || k == Kind::Odd || k == Kind::Even);
 }
 
+namespace {
+
+// The lines that apply the region of --crop-region: drag it out from its
+// top-left to its bottom-right corner, answer the plug-in's pages question
+// with `pagesAnswer` (and its orientation question as --orientation says),
+// then click inside the region to apply it.
+void writeRegionApply(std::ostream &s, const Options &o, const std::string &pagesAnswer)
+{
+  const double l = o.region[0], b = o.region[1], r = o.region[2], t = o.region[3];
+  s << "drag " << number(l) << " " << number(t) << " " << number(r) << " " << number(b) << "\n";
+  s << "answer " << pagesAnswer << "\n";
+  if (o.orientation == "skip")
+    s << "answer Skip\n";
+  else if (o.orientation == "crop")
+    s << "answer Crop\n";
+  s << "click " << number((l + r) / 2) << " " << number((b + t) / 2) << "\n";
+}
+
+} // namespace
+
 std::string shortcutScript(const Options &o)
 {
   std::ostringstream s;
@@ -452,7 +472,7 @@ std::string shortcutScript(const Options &o)
   s << "\n";
   if (runsPageByPage(o)) {
     // Page by page, as a user does it: go to the page, apply to "Current".
-    const double l = o.region[0], b = o.region[1], r = o.region[2], t = o.region[3];
+    const double l = o.region[0], b = o.region[1];
     if (o.shortcut == Shortcut::CropRegion)
       s << "button QUIL:PageShear\n";
     bool first = true;
@@ -470,13 +490,7 @@ std::string shortcutScript(const Options &o)
         // a click well outside it drops it (with none, it does nothing).
         if (!first)
           s << "click " << number(l - 24) << " " << number(b - 24) << "\n";
-        s << "drag " << number(l) << " " << number(t) << " " << number(r) << " " << number(b) << "\n";
-        s << "answer Current\n";
-        if (o.orientation == "skip")
-          s << "answer Skip\n";
-        else if (o.orientation == "crop")
-          s << "answer Crop\n";
-        s << "click " << number((l + r) / 2) << " " << number((b + t) / 2) << "\n";
+        writeRegionApply(s, o, "Current");
         break;
       case Shortcut::None:
         break;
@@ -502,21 +516,12 @@ std::string shortcutScript(const Options &o)
     s << (o.variant == "current" ? "answer Current\n" : "answer All\n");
     s << "menu QUIL:PageShearMediaBox\n";
     break;
-  case Shortcut::CropRegion: {
-    const double l = o.region[0], b = o.region[1], r = o.region[2], t = o.region[3];
-    // Select the crop tool, drag the region out from its top-left to its
-    // bottom-right corner, then click inside it to apply it.
+  case Shortcut::CropRegion:
+    // Select the crop tool and apply the region; a one-page document offers
+    // "Current" and "Cancel" only.
     s << "button QUIL:PageShear\n";
-    s << "drag " << number(l) << " " << number(t) << " " << number(r) << " " << number(b) << "\n";
-    // A one-page document offers "Current" and "Cancel" only.
-    s << (o.variant == "current" ? "answer Current\n" : "answer All|Current\n");
-    if (o.orientation == "skip")
-      s << "answer Skip\n";
-    else if (o.orientation == "crop")
-      s << "answer Crop\n";
-    s << "click " << number((l + r) / 2) << " " << number((b + t) / 2) << "\n";
+    writeRegionApply(s, o, o.variant == "current" ? "Current" : "All|Current");
     break;
-  }
   case Shortcut::None:
     break;
   }

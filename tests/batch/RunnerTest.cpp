@@ -15,7 +15,7 @@ using namespace folio::batch;
 
 namespace {
 
-class BatchRunnerTest : public ::testing::Test {
+class BatchRunner : public ::testing::Test {
 protected:
   view::Application app;
   std::ostringstream out, err;
@@ -81,7 +81,7 @@ protected:
 
 } // namespace
 
-TEST_F(BatchRunnerTest, AnswerPressesTheButtonByLabel)
+TEST_F(BatchRunner, AnswerPressesTheButtonByLabel)
 {
   EXPECT_EQ(run("answer All\nmenu Test:Ask3\n"), 0) << err.str();
   ASSERT_EQ(answers.size(), 1u);
@@ -89,7 +89,7 @@ TEST_F(BatchRunnerTest, AnswerPressesTheButtonByLabel)
   EXPECT_EQ(out.str(), "question: Pages to crop? [Current|All|Cancel] -> All\n");
 }
 
-TEST_F(BatchRunnerTest, AnswersAreTakenInOrder)
+TEST_F(BatchRunner, AnswersAreTakenInOrder)
 {
   EXPECT_EQ(run("answer Cancel\nanswer Biggest\nmenu Test:AskTwice\n"), 0) << err.str();
   ASSERT_EQ(answers.size(), 2u);
@@ -97,7 +97,7 @@ TEST_F(BatchRunnerTest, AnswersAreTakenInOrder)
   EXPECT_EQ(answers[1], 2);
 }
 
-TEST_F(BatchRunnerTest, AlternativeLabelsTakeTheFirstOffered)
+TEST_F(BatchRunner, AlternativeLabelsTakeTheFirstOffered)
 {
   EXPECT_EQ(run("answer All|Current\nmenu Test:Ask3\nanswer All|Crop\nmenu Test:Ask2\n"), 0) << err.str();
   ASSERT_EQ(answers.size(), 2u);
@@ -105,7 +105,7 @@ TEST_F(BatchRunnerTest, AlternativeLabelsTakeTheFirstOffered)
   EXPECT_EQ(answers[1], 2);
 }
 
-TEST_F(BatchRunnerTest, UnansweredQuestionFailsWithTheActionsLine)
+TEST_F(BatchRunner, UnansweredQuestionFailsWithTheActionsLine)
 {
   EXPECT_EQ(run("# nothing queued\nmenu Test:Ask3\nmenu Test:Note\n"), 1);
   ASSERT_EQ(answers.size(), 1u);
@@ -117,7 +117,7 @@ TEST_F(BatchRunnerTest, UnansweredQuestionFailsWithTheActionsLine)
   EXPECT_EQ(out.str(), "question: Pages to crop? [Current|All|Cancel] -> (no answer)\n");
 }
 
-TEST_F(BatchRunnerTest, AnswerThatIsNoButtonFailsWithTheAnswersLine)
+TEST_F(BatchRunner, AnswerThatIsNoButtonFailsWithTheAnswersLine)
 {
   EXPECT_EQ(run("answer Skip\nmenu Test:Ask3\n"), 1);
   EXPECT_EQ(answers[0], 0);
@@ -125,7 +125,7 @@ TEST_F(BatchRunnerTest, AnswerThatIsNoButtonFailsWithTheAnswersLine)
                        "[Current|All|Cancel]\n");
 }
 
-TEST_F(BatchRunnerTest, LeftoverAnswersAreDroppedAfterTheAction)
+TEST_F(BatchRunner, LeftoverAnswersAreDroppedAfterTheAction)
 {
   EXPECT_EQ(run("answer All\nanswer Each\nmenu Test:Ask3\nmenu Test:Ask3\n"), 1);
   EXPECT_EQ(out.str(), "question: Pages to crop? [Current|All|Cancel] -> All\n"
@@ -133,7 +133,7 @@ TEST_F(BatchRunnerTest, LeftoverAnswersAreDroppedAfterTheAction)
                        "question: Pages to crop? [Current|All|Cancel] -> (no answer)\n");
 }
 
-TEST_F(BatchRunnerTest, ConfirmYesAndNo)
+TEST_F(BatchRunner, ConfirmYesAndNo)
 {
   EXPECT_EQ(run("confirm yes\nmenu Test:Confirm\nconfirm no\nmenu Test:Confirm\n"), 0) << err.str();
   ASSERT_EQ(confirmations.size(), 2u);
@@ -142,27 +142,27 @@ TEST_F(BatchRunnerTest, ConfirmYesAndNo)
   EXPECT_EQ(out.str(), "confirm: Are you sure? -> yes\nconfirm: Are you sure? -> no\n");
 }
 
-TEST_F(BatchRunnerTest, UnansweredConfirmationFails)
+TEST_F(BatchRunner, UnansweredConfirmationFails)
 {
   EXPECT_EQ(run("menu Test:Confirm\n"), 1);
   EXPECT_FALSE(confirmations.at(0));
   EXPECT_NE(err.str().find("folio: t:1: unanswered confirmation \"Are you sure?\""), std::string::npos);
 }
 
-TEST_F(BatchRunnerTest, NotesArePrinted)
+TEST_F(BatchRunner, NotesArePrinted)
 {
   EXPECT_EQ(run("menu Test:Note\n"), 0);
   EXPECT_EQ(out.str(), "note: Cancelled.\n");
 }
 
-TEST_F(BatchRunnerTest, CancelAtAnswersTrueAtTheNthPollOnly)
+TEST_F(BatchRunner, CancelAtAnswersTrueAtTheNthPollOnly)
 {
   EXPECT_EQ(run("cancel-at 3\nmenu Test:Poll5\n"), 0);
   EXPECT_EQ(polls, (std::vector<bool>{false, false, true, false, false}));
   EXPECT_EQ(out.str(), "cancel: poll 3 answers true\n");
 }
 
-TEST_F(BatchRunnerTest, CancelAtCountsAcrossActions)
+TEST_F(BatchRunner, CancelAtCountsAcrossActions)
 {
   EXPECT_EQ(run("cancel-at 7\nmenu Test:Poll5\nmenu Test:Poll5\n"), 0);
   ASSERT_EQ(polls.size(), 10u);
@@ -170,13 +170,13 @@ TEST_F(BatchRunnerTest, CancelAtCountsAcrossActions)
     EXPECT_EQ(polls[i], i == 6) << i;
 }
 
-TEST_F(BatchRunnerTest, NoCancelWithoutCancelAt)
+TEST_F(BatchRunner, NoCancelWithoutCancelAt)
 {
   EXPECT_EQ(run("menu Test:Poll5\n"), 0);
   EXPECT_EQ(polls, (std::vector<bool>(5, false)));
 }
 
-TEST_F(BatchRunnerTest, SignalRequestCancelsTheNextPollAndStopsTheRun)
+TEST_F(BatchRunner, SignalRequestCancelsTheNextPollAndStopsTheRun)
 {
   Runner::requestCancelFromSignal();
   EXPECT_EQ(run("menu Test:Poll5\nmenu Test:Note\n"), 1);
@@ -187,7 +187,7 @@ TEST_F(BatchRunnerTest, SignalRequestCancelsTheNextPollAndStopsTheRun)
             "folio: t:1: interrupted: the command was cancelled and the run stops; nothing more is saved\n");
 }
 
-TEST_F(BatchRunnerTest, ProgressWithoutTerminalPrintsNothing)
+TEST_F(BatchRunner, ProgressWithoutTerminalPrintsNothing)
 {
   EXPECT_EQ(run("menu Test:Progress\n"), 0);
   EXPECT_EQ(out.str(), "");
@@ -196,7 +196,7 @@ TEST_F(BatchRunnerTest, ProgressWithoutTerminalPrintsNothing)
   EXPECT_EQ(app.progressValue(), 3);
 }
 
-TEST_F(BatchRunnerTest, ProgressBarDrawnOnRequest)
+TEST_F(BatchRunner, ProgressBarDrawnOnRequest)
 {
   Script s;
   ParseError e;
@@ -211,44 +211,44 @@ TEST_F(BatchRunnerTest, ProgressBarDrawnOnRequest)
   EXPECT_EQ(bar.substr(bar.size() - 4), "\r\033[K");
 }
 
-TEST_F(BatchRunnerTest, UnknownMenuItem)
+TEST_F(BatchRunner, UnknownMenuItem)
 {
   EXPECT_EQ(run("menu Test:Nothing\n"), 1);
   EXPECT_EQ(err.str(), "folio: t:1: no menu item named \"Test:Nothing\"\n");
 }
 
-TEST_F(BatchRunnerTest, DisabledMenuItem)
+TEST_F(BatchRunner, DisabledMenuItem)
 {
   EXPECT_EQ(run("menu Test:Disabled\n"), 1);
   EXPECT_EQ(err.str(), "folio: t:1: menu item \"Test:Disabled\" is disabled\n");
 }
 
-TEST_F(BatchRunnerTest, UnknownButton)
+TEST_F(BatchRunner, UnknownButton)
 {
   EXPECT_EQ(run("button Nothing\n"), 1);
   EXPECT_EQ(err.str(), "folio: t:1: no tool bar button named \"Nothing\"\n");
 }
 
-TEST_F(BatchRunnerTest, SeparatorButtonIsDisabled)
+TEST_F(BatchRunner, SeparatorButtonIsDisabled)
 {
   EXPECT_EQ(run("button endToolsGroup\n"), 1);
   EXPECT_EQ(err.str(), "folio: t:1: tool bar button \"endToolsGroup\" is disabled\n");
 }
 
-TEST_F(BatchRunnerTest, StepsNeedingADocumentFailWithoutOne)
+TEST_F(BatchRunner, StepsNeedingADocumentFailWithoutOne)
 {
   EXPECT_EQ(run("show-boxes\n"), 1);
   EXPECT_EQ(err.str(), "folio: t:1: show-boxes: no document is open\n");
 }
 
-TEST_F(BatchRunnerTest, MissingFileFailsWithItsLine)
+TEST_F(BatchRunner, MissingFileFailsWithItsLine)
 {
   EXPECT_EQ(run("\nopen /nonexistent/folio-test.pdf\nmenu Test:Note\n"), 1);
   EXPECT_EQ(err.str().rfind("folio: t:2: cannot open \"/nonexistent/folio-test.pdf\": ", 0), 0u) << err.str();
   EXPECT_EQ(out.str(), "");
 }
 
-TEST_F(BatchRunnerTest, PortsAreRemovedWithTheRunner)
+TEST_F(BatchRunner, PortsAreRemovedWithTheRunner)
 {
   {
     Runner r(app, out, err, "t");
@@ -268,14 +268,14 @@ TEST(BatchFormatFixed, Points)
   EXPECT_EQ(formatFixed(0x00004000), "0.25");
 }
 
-TEST_F(BatchRunnerTest, AnExceptionFromAnActionStopsTheRunWithItsMessage)
+TEST_F(BatchRunner, AnExceptionFromAnActionStopsTheRunWithItsMessage)
 {
   EXPECT_EQ(run("menu Test:ThrowStd\nmenu Test:Note\n"), 1);
   EXPECT_EQ(err.str(), "folio: t:1: Cannot find the page: cycle in page tree\n");
   EXPECT_EQ(out.str(), ""); // line 2 never ran
 }
 
-TEST_F(BatchRunnerTest, AnythingElseThrownStopsTheRunToo)
+TEST_F(BatchRunner, AnythingElseThrownStopsTheRunToo)
 {
   // Not a std::exception: it used to pass the runner and abort the program.
   EXPECT_EQ(run("menu Test:Note\nmenu Test:ThrowOther\nmenu Test:Note\n"), 1);

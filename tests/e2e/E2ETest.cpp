@@ -8,72 +8,24 @@
 #include <cstdio>
 #include <sstream>
 
-#include "Harness.h"
-#include "QpdfBoxes.h"
-#include "pdfgen.h"
+#include "FolioTest.h"
+#include "support/PageTransform.h"
 
 using e2e::Box;
+using e2e::contains;
+using e2e::expectBoxNear;
+using e2e::kFolio;
+using e2e::kLetter;
 using e2e::PageBoxes;
 using e2e::RunResult;
 namespace gen = folio::pdfgen;
 
 namespace {
 
-const char *const kFolio = FOLIO_EXE;
 const char *const kBrokenPlugin = BROKEN_PLUGIN;
 
-const Box kLetter{0, 0, 612, 792};
-
-class E2E : public ::testing::Test {
+class E2E : public e2e::FolioTest {
 protected:
-  e2e::TempDir dir;
-
-  std::string path(const std::string &name) const { return dir.file(name); }
-
-  RunResult folio(const std::vector<std::string> &args, const std::string &input = {})
-  {
-    RunResult r = e2e::runProgram(kFolio, args, dir.path(), input);
-    lastRun = "exit " + std::to_string(r.exitCode) + "\n--- stdout\n" + r.out + "--- stderr\n" + r.err;
-    return r;
-  }
-  RunResult script(const std::string &text) { return folio({"--batch", "-"}, text); }
-
-  // The boxes of `pdf`; the test stops when they cannot be read or there
-  // are fewer than `pages`.
-  std::vector<PageBoxes> boxes(const std::string &pdf, size_t pages = 1, const std::string &password = {})
-  {
-    std::string why;
-    std::vector<PageBoxes> b = e2e::readBoxes(pdf, &why, password);
-    if (b.size() < pages) {
-      ADD_FAILURE() << "cannot read " << pages << " pages of " << pdf << ": " << why << "\n" << lastRun;
-      b.resize(pages);
-    }
-    return b;
-  }
-
-  static gen::PageSpec page(Box media = kLetter, int rotate = 0)
-  {
-    gen::PageSpec p;
-    p.media = {media.left, media.bottom, media.right, media.top};
-    p.rotate = rotate;
-    p.writeRotate = rotate != 0;
-    return p;
-  }
-  static gen::PageSpec withCrop(gen::PageSpec p, Box crop)
-  {
-    p.crop = gen::Box{crop.left, crop.bottom, crop.right, crop.top};
-    return p;
-  }
-  static gen::PageSpec withRect(gen::PageSpec p, Box r)
-  {
-    p.marks.push_back(gen::Mark::fillRect({r.left, r.bottom, r.right, r.top}));
-    return p;
-  }
-  std::vector<gen::PageInk> write(const std::string &name, const std::vector<gen::PageSpec> &pages)
-  {
-    return gen::writeDocument(path(name), pages);
-  }
-
   // Five letter pages, each with the crop box 10 10 602 782 and a mark.
   void writeFiveCropped(const std::string &name)
   {
@@ -91,25 +43,10 @@ protected:
     write(name, {page(), page(kLetter, 90), page({0, 0, 792, 612}), page(kLetter, 270),
                  page({100, 100, 712, 892}), page({1000, 1000, 1612, 1792})});
   }
-
-  std::string lastRun;
 };
 
 #define EXPECT_BOX(actual, l, b, r, t)                                                                       \
   EXPECT_EQ(e2e::toString(actual), e2e::toString(Box{l, b, r, t})) << lastRun
-
-void expectNear(const Box &a, const gen::Box &want, double tol, const std::string &ctx)
-{
-  EXPECT_NEAR(a.left, want.x0, tol) << ctx;
-  EXPECT_NEAR(a.bottom, want.y0, tol) << ctx;
-  EXPECT_NEAR(a.right, want.x1, tol) << ctx;
-  EXPECT_NEAR(a.top, want.y1, tol) << ctx;
-}
-
-bool contains(const std::string &text, const std::string &what)
-{
-  return text.find(what) != std::string::npos;
-}
 
 const char *const kPagesToCrop = "question: Pages to crop? [Current|All|Cancel]";
 const char *const kOrientation =
@@ -434,10 +371,10 @@ TEST_F(E2E, BBoxEachPageToItsOwn)
   auto b = boxes(path("out.pdf"), 3);
   ASSERT_EQ(b.size(), 3u);
   // The model's bounding box is exact to 0.25 pt.
-  expectNear(b[0].crop, {100, 200, 300, 400}, 0.25, lastRun);
-  expectNear(b[1].crop, {50, 60, 700, 500}, 0.25, lastRun);
+  expectBoxNear(b[0].crop, {100, 200, 300, 400}, 0.25, lastRun);
+  expectBoxNear(b[1].crop, {50, 60, 700, 500}, 0.25, lastRun);
   // Ink off the media box is not counted: the box ends at the media box.
-  expectNear(b[2].crop, {0, 100, 200, 300}, 0.25, lastRun);
+  expectBoxNear(b[2].crop, {0, 100, 200, 300}, 0.25, lastRun);
 }
 
 TEST_F(E2E, BBoxBiggestIsTheUnionClippedToEachMediaBox)
@@ -449,9 +386,9 @@ TEST_F(E2E, BBoxBiggestIsTheUnionClippedToEachMediaBox)
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   auto b = boxes(path("out.pdf"), 3);
   ASSERT_EQ(b.size(), 3u);
-  expectNear(b[0].crop, {20, 20, 612, 500}, 0.25, lastRun);
-  expectNear(b[1].crop, {20, 20, 700, 500}, 0.25, lastRun);
-  expectNear(b[2].crop, {20, 20, 300, 300}, 0.25, lastRun);
+  expectBoxNear(b[0].crop, {20, 20, 612, 500}, 0.25, lastRun);
+  expectBoxNear(b[1].crop, {20, 20, 700, 500}, 0.25, lastRun);
+  expectBoxNear(b[2].crop, {20, 20, 300, 300}, 0.25, lastRun);
 }
 
 TEST_F(E2E, BBoxCurrentPageOnly)
@@ -462,7 +399,7 @@ TEST_F(E2E, BBoxCurrentPageOnly)
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   auto b = boxes(path("out.pdf"), 3);
   EXPECT_FALSE(b[0].hasCropBox);
-  expectNear(b[1].crop, {10, 20, 30, 40}, 0.25, lastRun);
+  expectBoxNear(b[1].crop, {10, 20, 30, 40}, 0.25, lastRun);
   EXPECT_FALSE(b[2].hasCropBox);
 }
 
@@ -473,7 +410,7 @@ TEST_F(E2E, BBoxOnePageDocumentIsNotAsked)
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   EXPECT_FALSE(contains(r.out, "question:")) << lastRun;
   EXPECT_TRUE(contains(r.out, "unused answer: All (line 4)\nunused answer: Each (line 5)\n")) << lastRun;
-  expectNear(boxes(path("out.pdf"))[0].crop, {100, 200, 300, 400}, 0.25, lastRun);
+  expectBoxNear(boxes(path("out.pdf"))[0].crop, {100, 200, 300, 400}, 0.25, lastRun);
 }
 
 // ---- reset to media box -----------------------------------------------------------
@@ -595,6 +532,16 @@ TEST_F(E2E, CancelAtPageThreeOfResetToMediaBox)
 // ---- snapshots: the media-box outline and the crop region -------------------------
 
 namespace {
+using testsupport::PageTransform;
+
+// How the batch front end shows a page whose shown box is `box`: turned by
+// `rotation`, at `zoom`, with a margin of 8 pixels around it.
+PageTransform shownAt(const Box &box, int rotation = 0, double zoom = 1)
+{
+  PageTransform t{box.left, box.bottom, box.right, box.top, rotation, zoom};
+  t.originX = t.originY = 8;
+  return t;
+}
 bool isRed(const e2e::Image &im, int x, int y)
 {
   return im.is(x, y, 255, 0, 0);
@@ -616,8 +563,11 @@ TEST_F(E2E, ShowMediaBoxDrawsRedOutlineOnSnapshot)
   ASSERT_TRUE(e2e::readPng(path("on.png"), on, &why)) << why;
   ASSERT_TRUE(e2e::readPng(path("off.png"), off, &why)) << why;
   // At 100% the letter page's media box is the device rectangle 8,8 .. 620,800.
-  ASSERT_EQ(on.width, 612 + 16);
-  ASSERT_EQ(on.height, 792 + 16);
+  const PageTransform letter = shownAt(kLetter);
+  ASSERT_EQ(on.width, letter.deviceWidth() + 16);
+  ASSERT_EQ(on.height, letter.deviceHeight() + 16);
+  ASSERT_EQ(letter.pixel(0, 792), std::make_pair(8, 8));
+  ASSERT_EQ(letter.pixel(612, 0), std::make_pair(620, 800));
   for (int y : {8, 100, 400, 800}) {
     EXPECT_TRUE(isRed(on, 8, y)) << y;
     EXPECT_TRUE(isRed(on, 620, y)) << y;
@@ -642,8 +592,13 @@ TEST_F(E2E, ShowMediaBoxFollowsRotationAndZoom)
   e2e::Image im;
   ASSERT_TRUE(e2e::readPng(path("rot.png"), im));
   // Turned a quarter: 100 x 200 points at 200% is 200 x 400 pixels.
-  ASSERT_EQ(im.width, 200 + 16);
-  ASSERT_EQ(im.height, 400 + 16);
+  const PageTransform turned = shownAt({0, 0, 200, 100}, 90, 2);
+  ASSERT_EQ(im.width, turned.deviceWidth() + 16);
+  ASSERT_EQ(im.height, turned.deviceHeight() + 16);
+  // The page's top-left corner shows at the top right, its bottom-right
+  // corner at the bottom left.
+  EXPECT_EQ(turned.pixel(0, 100), std::make_pair(208, 8));
+  EXPECT_EQ(turned.pixel(200, 0), std::make_pair(8, 408));
   EXPECT_TRUE(isRed(im, 8, 200));
   EXPECT_TRUE(isRed(im, 208, 200));
   EXPECT_TRUE(isRed(im, 100, 8));
@@ -659,7 +614,8 @@ TEST_F(E2E, CropRegionOutlineWithFourCornerHandles)
   e2e::Image im;
   ASSERT_TRUE(e2e::readPng(path("region.png"), im));
   // The region 72..540 x 72..720 is the device rectangle 80,80 .. 548,728.
-  const int l = 80, t = 80, rt = 548, b = 728;
+  const auto [l, t] = shownAt(kLetter).pixel(72, 720);
+  const auto [rt, b] = shownAt(kLetter).pixel(540, 72);
   for (int x : {150, 300, 500}) {
     EXPECT_TRUE(isBlack(im, x, t)) << x;
     EXPECT_TRUE(isBlack(im, x, b)) << x;
@@ -726,7 +682,7 @@ TEST_F(E2E, OwnerPasswordEnablesTheCommands)
                        "save " +
                        path("out.pdf") + "\n");
   ASSERT_EQ(r.exitCode, 0) << lastRun;
-  expectNear(boxes(path("out.pdf"), 2, "owner")[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
+  expectBoxNear(boxes(path("out.pdf"), 2, "owner")[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
 }
 
 TEST_F(E2E, EncryptedDocumentWithWrongPasswordSaysItIsWrong)
@@ -873,7 +829,7 @@ TEST_F(E2E, PasswordOptionOpensTheInputOfAShortcut)
   RunResult r =
       folio({"--crop-bbox", "each", "--password", "user", path("locked.pdf"), "-o", path("out.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
-  expectNear(boxes(path("out.pdf"), 1, "user")[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
+  expectBoxNear(boxes(path("out.pdf"), 1, "user")[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
 }
 
 TEST_F(E2E, PasswordOptionReadsStandardInputForADash)
@@ -928,11 +884,11 @@ TEST_F(E2E, OwnerPasswordOfAFileWithAnEmptyUserPasswordGrantsChanges)
   RunResult r = script("open " + path("locked.pdf") +
                        " owner\nanswer All|Current\nmenu QUIL:PageShearBBox\nsave " + path("out.pdf") + "\n");
   ASSERT_EQ(r.exitCode, 0) << lastRun;
-  expectNear(boxes(path("out.pdf"), 1)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
+  expectBoxNear(boxes(path("out.pdf"), 1)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
   RunResult c =
       folio({"--crop-bbox", "each", "--password", "owner", path("locked.pdf"), "-o", path("out2.pdf")});
   ASSERT_EQ(c.exitCode, 0) << lastRun;
-  expectNear(boxes(path("out2.pdf"), 1)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
+  expectBoxNear(boxes(path("out2.pdf"), 1)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
 }
 
 TEST_F(E2E, AModifyForbiddenDocumentSaysWhyACommandIsRefused)
@@ -960,7 +916,7 @@ TEST_F(E2E, AnAes256FileWithAnEmptyUserPasswordOpensWithoutOne)
   RunResult r = folio({"--crop-bbox", "each", path("aes.pdf"), "-o", path("out.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   EXPECT_TRUE(contains(r.out, "(2 pages)")) << lastRun;
-  expectNear(boxes(path("out.pdf"), 2)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
+  expectBoxNear(boxes(path("out.pdf"), 2)[0].crop, {100, 100, 200, 200}, 0.25, lastRun);
 }
 
 TEST_F(E2E, ControlBytesOfFileNamesNeverReachTheTerminal)

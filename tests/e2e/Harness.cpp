@@ -1,157 +1,31 @@
-// Harness.cpp: process running, temporary folders and a small PNG reader.
+// Harness.cpp: running folio, and a small PNG reader.
 #include "Harness.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <spawn.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <zlib.h>
 
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <stdexcept>
-
-extern char **environ;
 
 namespace e2e {
-
-namespace fs = std::filesystem;
 
 RunResult runProgram(const std::string &program, const std::vector<std::string> &args,
                      const std::string &configHome, const std::string &input, bool stderrTerminal)
 {
-  TempDir io;
-  const std::string inPath = io.file("stdin"), outPath = io.file("stdout"), errPath = io.file("stderr");
-  writeFile(inPath, input);
-
-  std::vector<std::string> env;
-  for (char **e = environ; *e; ++e) {
-    std::string kv = *e;
-    if (kv.rfind("DISPLAY=", 0) == 0 || kv.rfind("FOLIO_", 0) == 0 || kv.rfind("XDG_CONFIG_HOME=", 0) == 0)
-      continue;
-#ifdef E2E_LSAN_SUPPRESSIONS
-    if (kv.rfind("LSAN_OPTIONS=", 0) == 0) // replaced by this suite's own, below
-      continue;
-#endif
-    env.push_back(kv);
-  }
-  env.push_back("XDG_CONFIG_HOME=" + configHome);
+  testsupport::RunOptions o = testsupport::folioRunOptions(configHome);
+  o.input = input;
+  o.stderrTerminal = stderrTerminal;
 #ifdef E2E_LSAN_SUPPRESSIONS
   // Under the sanitizer build: leaks the tests do not own are listed there.
-  env.push_back(std::string("LSAN_OPTIONS=suppressions=") + E2E_LSAN_SUPPRESSIONS + ":print_suppressions=0");
+  o.env.push_back(std::string("LSAN_OPTIONS=suppressions=") + E2E_LSAN_SUPPRESSIONS +
+                  ":print_suppressions=0");
   // The engine is built without frame pointers: the slow unwinder gives the
   // whole allocation stack, which the suppressions match on.
   if (!std::getenv("ASAN_OPTIONS"))
-    env.push_back("ASAN_OPTIONS=fast_unwind_on_malloc=0");
+    o.env.push_back("ASAN_OPTIONS=fast_unwind_on_malloc=0");
 #endif
-
-  std::vector<char *> argv, envp;
-  argv.push_back(const_cast<char *>(program.c_str()));
-  for (const std::string &a : args)
-    argv.push_back(const_cast<char *>(a.c_str()));
-  argv.push_back(nullptr);
-  for (std::string &kv : env)
-    envp.push_back(kv.data());
-  envp.push_back(nullptr);
-
-  posix_spawn_file_actions_t fa;
-  posix_spawn_file_actions_init(&fa);
-  posix_spawn_file_actions_addopen(&fa, 0, inPath.c_str(), O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&fa, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  int master = -1;
-  if (stderrTerminal) {
-    master = posix_openpt(O_RDWR | O_NOCTTY);
-    if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0)
-      throw std::runtime_error("no pseudo terminal");
-    posix_spawn_file_actions_addopen(&fa, 2, ptsname(master), O_WRONLY | O_NOCTTY, 0);
-  } else {
-    posix_spawn_file_actions_addopen(&fa, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  }
-  RunResult r;
-  pid_t pid = 0;
-  int rc = posix_spawn(&pid, program.c_str(), &fa, nullptr, argv.data(), envp.data());
-  posix_spawn_file_actions_destroy(&fa);
-  if (rc != 0) {
-    if (master >= 0)
-      close(master);
-    r.err = "cannot start " + program + ": " + std::strerror(rc);
-    return r;
-  }
-  int status = 0;
-  if (master >= 0) {
-    // Drain the terminal while the program runs (a full terminal would block it).
-    std::string text;
-    char buf[4096];
-    for (bool exited = false;;) {
-      struct pollfd pfd = {master, POLLIN, 0};
-      if (poll(&pfd, 1, 20) > 0 && (pfd.revents & POLLIN)) {
-        ssize_t n = read(master, buf, sizeof buf);
-        if (n > 0) {
-          text.append(buf, size_t(n));
-          continue;
-        }
-      }
-      if (exited)
-        break;
-      exited = waitpid(pid, &status, WNOHANG) == pid;
-      if (!exited)
-        usleep(5000);
-    }
-    close(master);
-    r.err = text;
-  } else {
-    while (waitpid(pid, &status, 0) < 0) {
-    }
-    r.err = readFile(errPath);
-  }
-  r.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  r.out = readFile(outPath);
-  return r;
-}
-
-TempDir::TempDir()
-{
-  char tmpl[] = "/tmp/folio-e2e-XXXXXX";
-  if (!mkdtemp(tmpl))
-    throw std::runtime_error("mkdtemp failed");
-  path_ = tmpl;
-}
-
-TempDir::~TempDir()
-{
-  std::error_code ec;
-  fs::remove_all(path_, ec);
-}
-
-bool fileExists(const std::string &path)
-{
-  struct stat st;
-  return stat(path.c_str(), &st) == 0;
-}
-
-std::string readFile(const std::string &path)
-{
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-void writeFile(const std::string &path, const std::string &text)
-{
-  std::ofstream out(path, std::ios::binary);
-  out << text;
-}
-
-bool copyFile(const std::string &from, const std::string &to)
-{
-  std::error_code ec;
-  return fs::copy_file(from, to, fs::copy_options::overwrite_existing, ec);
+  std::vector<std::string> argv{program};
+  argv.insert(argv.end(), args.begin(), args.end());
+  return testsupport::runProgram(argv, o);
 }
 
 namespace {
@@ -253,17 +127,6 @@ bool readPng(const std::string &path, Image &image, std::string *error)
     prev.swap(cur);
   }
   return true;
-}
-
-std::vector<std::string> linesStartingWith(const std::string &text, const std::string &prefix)
-{
-  std::vector<std::string> lines;
-  std::istringstream in(text);
-  std::string line;
-  while (std::getline(in, line))
-    if (line.rfind(prefix, 0) == 0)
-      lines.push_back(line);
-  return lines;
 }
 
 } // namespace e2e

@@ -1,46 +1,36 @@
 // Harness.h: running the real folio program on files in a private temporary
-// folder, and reading what it wrote (output, PNG snapshots).
+// folder, and reading what it wrote (output, PNG snapshots). Processes,
+// folders and files come from the support library (tests/support).
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include "support/ChildProcess.h"
+#include "support/Files.h"
+
 namespace e2e {
 
-struct RunResult {
-  int exitCode = -1; // the program's exit status; -1 when it did not exit normally
-  std::string out;   // standard output
-  std::string err;   // standard error
-};
+using testsupport::contains;
+using testsupport::copyFile;
+using testsupport::fileExists;
+using testsupport::linesStartingWith;
+using testsupport::readFile;
+using testsupport::RunResult;
+using testsupport::TempDir;
+using testsupport::writeFile;
 
 // Runs `program` with `args`, feeding `input` on standard input, in an
 // environment without DISPLAY (the host starts its own Xvfb), without the
 // user's folio configuration (XDG_CONFIG_HOME is `configHome`) and without
-// FOLIO_* variables. With `stderrTerminal` its standard error is a pseudo
-// terminal (what a user at a terminal gives it), read into `err`.
+// FOLIO_* variables (testsupport::folioRunOptions). With `stderrTerminal`
+// its standard error is a pseudo terminal (what a user at a terminal gives
+// it), read into `err`. Under the sanitizer build the program gets this
+// suite's leak suppressions.
 RunResult runProgram(const std::string &program, const std::vector<std::string> &args,
                      const std::string &configHome, const std::string &input = {},
                      bool stderrTerminal = false);
-
-// A temporary folder under /tmp, removed with everything in it on destruction.
-class TempDir {
-public:
-  TempDir();
-  ~TempDir();
-  TempDir(const TempDir &) = delete;
-  TempDir &operator=(const TempDir &) = delete;
-  const std::string &path() const { return path_; }
-  std::string file(const std::string &name) const { return path_ + "/" + name; }
-
-private:
-  std::string path_;
-};
-
-bool fileExists(const std::string &path);
-std::string readFile(const std::string &path);
-void writeFile(const std::string &path, const std::string &text);
-bool copyFile(const std::string &from, const std::string &to);
 
 // An 8-bit RGB image read from a PNG (8-bit RGB or RGBA, not interlaced, as
 // the host writes them).
@@ -55,8 +45,5 @@ struct Image {
   }
 };
 bool readPng(const std::string &path, Image &image, std::string *error = nullptr);
-
-// Lines of `text` that start with `prefix`.
-std::vector<std::string> linesStartingWith(const std::string &text, const std::string &prefix);
 
 } // namespace e2e

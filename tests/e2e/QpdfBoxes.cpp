@@ -9,6 +9,8 @@
 #include <memory>
 #include <sstream>
 
+#include "support/ChildProcess.h"
+
 namespace e2e {
 
 namespace {
@@ -199,34 +201,6 @@ bool isRef(const Json &v)
   return v.kind == Json::String && v.str.size() > 2 && v.str.compare(v.str.size() - 2, 2, " R") == 0;
 }
 
-std::string readCommand(const std::string &cmd, int &status)
-{
-  std::string out;
-  FILE *p = popen(cmd.c_str(), "r");
-  if (!p) {
-    status = -1;
-    return out;
-  }
-  char buf[65536];
-  size_t n;
-  while ((n = fread(buf, 1, sizeof buf, p)) > 0)
-    out.append(buf, n);
-  status = pclose(p);
-  return out;
-}
-
-std::string shellQuote(const std::string &s)
-{
-  std::string q = "'";
-  for (char c : s) {
-    if (c == '\'')
-      q += "'\\''";
-    else
-      q += c;
-  }
-  return q + "'";
-}
-
 } // namespace
 
 std::string toString(const Box &b)
@@ -244,14 +218,15 @@ std::vector<PageBoxes> readBoxes(const std::string &pdf, std::string *error, con
       *error = why;
     return std::vector<PageBoxes>();
   };
-  int status = 0;
   // qpdf exits 3 for warnings (a file it had to repair); the JSON is still there.
-  const std::string pass = password.empty() ? std::string() : "--password=" + shellQuote(password) + " ";
-  std::string text = readCommand(
-      "qpdf --json=2 --json-key=pages --json-key=qpdf " + pass + shellQuote(pdf) + " 2>/dev/null", status);
+  std::vector<std::string> argv{"qpdf", "--json=2", "--json-key=pages", "--json-key=qpdf"};
+  if (!password.empty())
+    argv.push_back("--password=" + password);
+  argv.push_back(pdf);
+  const testsupport::RunResult run = testsupport::runProgram(argv);
   Json root;
-  if (!Parser(text).parse(root))
-    return failed("qpdf gave no readable JSON for " + pdf + " (status " + std::to_string(status) + ")");
+  if (!Parser(run.out).parse(root))
+    return failed("qpdf gave no readable JSON for " + pdf + " (exit " + std::to_string(run.exitCode) + ")");
   const Json *pageList = root.get("pages");
   const Json *qpdf = root.get("qpdf");
   if (!pageList || pageList->kind != Json::Array || !qpdf || qpdf->kind != Json::Array ||

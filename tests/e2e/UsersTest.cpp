@@ -9,88 +9,25 @@
 #include <cmath>
 #include <sstream>
 
-#include "Harness.h"
-#include "QpdfBoxes.h"
-#include "pdfgen.h"
+#include "FolioTest.h"
 
 using e2e::Box;
+using e2e::contains;
+using e2e::expectBoxNear;
+using e2e::kLetter;
 using e2e::PageBoxes;
 using e2e::RunResult;
 namespace gen = folio::pdfgen;
 
 namespace {
 
-const char *const kFolio = FOLIO_EXE;
-const Box kLetter{0, 0, 612, 792};
-
-class Users : public ::testing::Test {
-protected:
-  e2e::TempDir dir;
-  std::string lastRun;
-
-  std::string path(const std::string &name) const { return dir.file(name); }
-
-  RunResult folio(const std::vector<std::string> &args, const std::string &input = {})
-  {
-    RunResult r = e2e::runProgram(kFolio, args, dir.path(), input);
-    lastRun = "exit " + std::to_string(r.exitCode) + "\n--- stdout\n" + r.out + "--- stderr\n" + r.err;
-    return r;
-  }
-  RunResult script(const std::string &text) { return folio({"--batch", "-"}, text); }
-
-  std::vector<PageBoxes> boxes(const std::string &pdf, size_t pages = 1)
-  {
-    std::string why;
-    std::vector<PageBoxes> b = e2e::readBoxes(pdf, &why);
-    if (b.size() < pages) {
-      ADD_FAILURE() << "cannot read " << pages << " pages of " << pdf << ": " << why << "\n" << lastRun;
-      b.resize(pages);
-    }
-    return b;
-  }
-
-  static gen::PageSpec page(Box media = kLetter, int rotate = 0)
-  {
-    gen::PageSpec p;
-    p.media = {media.left, media.bottom, media.right, media.top};
-    p.rotate = rotate;
-    p.writeRotate = rotate != 0;
-    return p;
-  }
-  static gen::PageSpec withRect(gen::PageSpec p, Box r)
-  {
-    p.marks.push_back(gen::Mark::fillRect({r.left, r.bottom, r.right, r.top}));
-    return p;
-  }
-  static gen::PageSpec withCrop(gen::PageSpec p, Box crop)
-  {
-    p.crop = gen::Box{crop.left, crop.bottom, crop.right, crop.top};
-    return p;
-  }
-  void write(const std::string &name, const std::vector<gen::PageSpec> &pages)
-  {
-    gen::writeDocument(path(name), pages);
-  }
-};
-
-bool contains(const std::string &text, const std::string &what)
-{
-  return text.find(what) != std::string::npos;
-}
-
-void expectBox(const Box &a, const Box &want, double tol, const std::string &ctx)
-{
-  EXPECT_NEAR(a.left, want.left, tol) << ctx;
-  EXPECT_NEAR(a.bottom, want.bottom, tol) << ctx;
-  EXPECT_NEAR(a.right, want.right, tol) << ctx;
-  EXPECT_NEAR(a.top, want.top, tol) << ctx;
-}
+class E2EUsers : public e2e::FolioTest {};
 
 } // namespace
 
 // ---- undo and redo ------------------------------------------------------------------
 
-TEST_F(Users, UndoAndRedoOfARegionCropAndABoundingBoxCrop)
+TEST_F(E2EUsers, UndoAndRedoOfARegionCropAndABoundingBoxCrop)
 {
   write("in.pdf", {withRect(page(), {100, 200, 300, 400}),
                    withRect(withCrop(page(), {10, 10, 602, 782}), {150, 150, 250, 250})});
@@ -120,19 +57,19 @@ TEST_F(Users, UndoAndRedoOfARegionCropAndABoundingBoxCrop)
 
   auto region = boxes(path("region.pdf"), 2);
   for (const PageBoxes &p : region)
-    expectBox(p.crop, {72, 72, 540, 720}, 1e-9, lastRun);
+    expectBoxNear(p.crop, {72, 72, 540, 720}, 1e-9, lastRun);
   // Back to the file as it was: no crop box where there was none, the old
   // one where there was one.
   auto original = boxes(path("original.pdf"), 2);
   EXPECT_FALSE(original[0].hasCropBox) << lastRun;
   ASSERT_TRUE(original[1].hasCropBox) << lastRun;
-  expectBox(original[1].crop, {10, 10, 602, 782}, 1e-9, lastRun);
+  expectBoxNear(original[1].crop, {10, 10, 602, 782}, 1e-9, lastRun);
   auto redone = boxes(path("redone.pdf"), 2);
   for (const PageBoxes &p : redone)
-    expectBox(p.crop, {72, 72, 540, 720}, 1e-9, lastRun);
+    expectBoxNear(p.crop, {72, 72, 540, 720}, 1e-9, lastRun);
 }
 
-TEST_F(Users, UndoOfResetToMediaBoxAfterASaveWorksOnTheDocumentInMemory)
+TEST_F(E2EUsers, UndoOfResetToMediaBoxAfterASaveWorksOnTheDocumentInMemory)
 {
   write("in.pdf", {withCrop(page(), {10, 20, 500, 700}), withCrop(page(), {30, 40, 550, 750})});
   RunResult r = script("open " + path("in.pdf") + "\nanswer All\nmenu QUIL:PageShearMediaBox\nsave " +
@@ -140,13 +77,13 @@ TEST_F(Users, UndoOfResetToMediaBoxAfterASaveWorksOnTheDocumentInMemory)
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   EXPECT_TRUE(contains(r.out, "undone: Reset to Media Box\n")) << lastRun;
   auto reset = boxes(path("reset.pdf"), 2);
-  expectBox(reset[0].crop, kLetter, 1e-9, lastRun);
+  expectBoxNear(reset[0].crop, kLetter, 1e-9, lastRun);
   auto back = boxes(path("back.pdf"), 2);
-  expectBox(back[0].crop, {10, 20, 500, 700}, 1e-9, lastRun);
-  expectBox(back[1].crop, {30, 40, 550, 750}, 1e-9, lastRun);
+  expectBoxNear(back[0].crop, {10, 20, 500, 700}, 1e-9, lastRun);
+  expectBoxNear(back[1].crop, {30, 40, 550, 750}, 1e-9, lastRun);
 }
 
-TEST_F(Users, NothingToUndoOrRedoStopsTheRunWithItsLine)
+TEST_F(E2EUsers, NothingToUndoOrRedoStopsTheRunWithItsLine)
 {
   write("in.pdf", {page()});
   RunResult r = script("open " + path("in.pdf") + "\nundo\n");
@@ -157,7 +94,7 @@ TEST_F(Users, NothingToUndoOrRedoStopsTheRunWithItsLine)
   EXPECT_TRUE(contains(r.err, ":2: redo: nothing to redo")) << lastRun;
 }
 
-TEST_F(Users, RevertClearsTheHistory)
+TEST_F(E2EUsers, RevertClearsTheHistory)
 {
   write("in.pdf", {withRect(page(), {100, 200, 300, 400}), withRect(page(), {10, 20, 30, 40})});
   RunResult r =
@@ -172,7 +109,7 @@ TEST_F(Users, RevertClearsTheHistory)
 // Pages of fractional size at every rotation: the region given in points is
 // written within 1/16 pt (the view's 100% would snap it to whole device units
 // and shift it by the fraction of the page's height).
-TEST_F(Users, RegionCropIsExactOnPagesOfFractionalSizeAtEveryRotation)
+TEST_F(E2EUsers, RegionCropIsExactOnPagesOfFractionalSizeAtEveryRotation)
 {
   const Box sizes[] = {{0, 0, 609.714, 789.041}, {0, 0, 839.055, 629.291}};
   const Box region{50.3, 60.7, 400.45, 500.123};
@@ -184,12 +121,12 @@ TEST_F(Users, RegionCropIsExactOnPagesOfFractionalSizeAtEveryRotation)
           {"--crop-region", "50.3 60.7 400.45 500.123", path(tag + ".pdf"), "-o", path(tag + "-out.pdf")});
       ASSERT_EQ(r.exitCode, 0) << tag << "\n" << lastRun;
       for (const PageBoxes &p : boxes(path(tag + "-out.pdf"), 2))
-        expectBox(p.crop, region, 1.0 / 16, tag + "\n" + lastRun);
+        expectBoxNear(p.crop, region, 1.0 / 16, tag + "\n" + lastRun);
     }
   }
 }
 
-TEST_F(Users, ScriptDragAndClickNamePagePointsExactly)
+TEST_F(E2EUsers, ScriptDragAndClickNamePagePointsExactly)
 {
   write("in.pdf", {page({0, 0, 609.714, 789.041}, 90)});
   // At the script's own zoom of 50% too: snapshots keep that zoom.
@@ -198,7 +135,7 @@ TEST_F(Users, ScriptDragAndClickNamePagePointsExactly)
                        "click 200 400\nsnapshot " +
                        path("half.png") + "\nsave " + path("out.pdf") + "\n");
   ASSERT_EQ(r.exitCode, 0) << lastRun;
-  expectBox(boxes(path("out.pdf"))[0].crop, {33.33, 90.9, 500.05, 700.7}, 1.0 / 16, lastRun);
+  expectBoxNear(boxes(path("out.pdf"))[0].crop, {33.33, 90.9, 500.05, 700.7}, 1.0 / 16, lastRun);
   e2e::Image shot;
   ASSERT_TRUE(e2e::readPng(path("half.png"), shot)) << lastRun;
   // The rotated page at 50%: 789.041 / 2 pt across, plus the view's margins.
@@ -207,31 +144,31 @@ TEST_F(Users, ScriptDragAndClickNamePagePointsExactly)
 
 // ---- bounding-box margins ---------------------------------------------------------------
 
-TEST_F(Users, BBoxMarginWidensEveryBoundingBoxAndTheMediaBoxStillClips)
+TEST_F(E2EUsers, BBoxMarginWidensEveryBoundingBoxAndTheMediaBoxStillClips)
 {
   write("in.pdf", {withRect(page(), {100, 200, 300, 400}), withRect(page(), {5, 10, 600, 785})});
   RunResult r =
       folio({"--bbox-margin", "12.5", "--crop-bbox", "each", path("in.pdf"), "-o", path("out.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   auto b = boxes(path("out.pdf"), 2);
-  expectBox(b[0].crop, {87.5, 187.5, 312.5, 412.5}, 0.25, lastRun);
-  expectBox(b[1].crop, kLetter, 0.25, lastRun);
+  expectBoxNear(b[0].crop, {87.5, 187.5, 312.5, 412.5}, 0.25, lastRun);
+  expectBoxNear(b[1].crop, kLetter, 0.25, lastRun);
 }
 
-TEST_F(Users, BBoxMarginFromTheConfigFileAndTheCommandLineBeatsIt)
+TEST_F(E2EUsers, BBoxMarginFromTheConfigFileAndTheCommandLineBeatsIt)
 {
   write("in.pdf", {withRect(page(), {100, 200, 300, 400})});
   ::mkdir(dir.file("folio").c_str(), 0755); // the config folder (XDG_CONFIG_HOME is the test's)
   e2e::writeFile(dir.file("folio/folio.conf"), "bbox-margin = 20\n");
   RunResult r = folio({"--crop-bbox", "each", path("in.pdf"), "-o", path("conf.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
-  expectBox(boxes(path("conf.pdf"))[0].crop, {80, 180, 320, 420}, 0.25, lastRun);
+  expectBoxNear(boxes(path("conf.pdf"))[0].crop, {80, 180, 320, 420}, 0.25, lastRun);
   r = folio({"--bbox-margin", "0", "--crop-bbox", "each", path("in.pdf"), "-o", path("zero.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
-  expectBox(boxes(path("zero.pdf"))[0].crop, {100, 200, 300, 400}, 0.25, lastRun);
+  expectBoxNear(boxes(path("zero.pdf"))[0].crop, {100, 200, 300, 400}, 0.25, lastRun);
 }
 
-TEST_F(Users, BadBBoxMarginIsACommandLineError)
+TEST_F(E2EUsers, BadBBoxMarginIsACommandLineError)
 {
   RunResult r = folio({"--bbox-margin", "-3", "--crop-bbox", "each", "in.pdf", "-o", "out.pdf"});
   EXPECT_EQ(r.exitCode, 2) << lastRun;
@@ -240,7 +177,7 @@ TEST_F(Users, BadBBoxMarginIsACommandLineError)
 
 // ---- page selections --------------------------------------------------------------------
 
-TEST_F(Users, BBoxCropOfAListOfPagesGoesPageByPage)
+TEST_F(E2EUsers, BBoxCropOfAListOfPagesGoesPageByPage)
 {
   std::vector<gen::PageSpec> pages;
   for (int i = 0; i < 5; ++i)
@@ -253,27 +190,27 @@ TEST_F(Users, BBoxCropOfAListOfPagesGoesPageByPage)
     if (i == 1)
       EXPECT_FALSE(b[i].hasCropBox) << lastRun;
     else
-      expectBox(b[i].crop, {100.0 + i, 200, 300, 400}, 0.25, lastRun);
+      expectBoxNear(b[i].crop, {100.0 + i, 200, 300, 400}, 0.25, lastRun);
   }
   EXPECT_FALSE(contains(r.out, "unchanged:")) << lastRun;
   EXPECT_EQ(e2e::linesStartingWith(r.out, "question: Crop which pages").size(), 4u) << lastRun;
 }
 
-TEST_F(Users, ResetOfEvenPagesAndTheUnchangedOnesAreReported)
+TEST_F(E2EUsers, ResetOfEvenPagesAndTheUnchangedOnesAreReported)
 {
   write("in.pdf", {withCrop(page(), {10, 10, 600, 780}), withCrop(page(), {20, 20, 590, 770}),
                    withCrop(page(), {30, 30, 580, 760}), page()});
   RunResult r = folio({"--reset-media-box", "all", "--pages", "even", path("in.pdf"), "-o", path("out.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   auto b = boxes(path("out.pdf"), 4);
-  expectBox(b[0].crop, {10, 10, 600, 780}, 1e-9, lastRun);
-  expectBox(b[1].crop, kLetter, 1e-9, lastRun);
-  expectBox(b[2].crop, {30, 30, 580, 760}, 1e-9, lastRun);
+  expectBoxNear(b[0].crop, {10, 10, 600, 780}, 1e-9, lastRun);
+  expectBoxNear(b[1].crop, kLetter, 1e-9, lastRun);
+  expectBoxNear(b[2].crop, {30, 30, 580, 760}, 1e-9, lastRun);
   EXPECT_TRUE(contains(r.out, "unchanged: page 4: its crop box is its media box already\n")) << lastRun;
   EXPECT_FALSE(contains(r.out, "unchanged: page 2")) << lastRun;
 }
 
-TEST_F(Users, RegionCropOfOddPagesReportsThePageThePlugInRefused)
+TEST_F(E2EUsers, RegionCropOfOddPagesReportsThePageThePlugInRefused)
 {
   // The region lies wholly off the third page's media box.
   write("in.pdf", {page(), page(), page({1000, 1000, 1612, 1792}), page()});
@@ -281,7 +218,7 @@ TEST_F(Users, RegionCropOfOddPagesReportsThePageThePlugInRefused)
       folio({"--crop-region", "72 72 540 720", "--pages", "odd", path("in.pdf"), "-o", path("out.pdf")});
   ASSERT_EQ(r.exitCode, 0) << lastRun;
   auto b = boxes(path("out.pdf"), 4);
-  expectBox(b[0].crop, {72, 72, 540, 720}, 1.0 / 16, lastRun);
+  expectBoxNear(b[0].crop, {72, 72, 540, 720}, 1.0 / 16, lastRun);
   EXPECT_FALSE(b[1].hasCropBox) << lastRun;
   EXPECT_FALSE(b[2].hasCropBox) << lastRun;
   EXPECT_FALSE(b[3].hasCropBox) << lastRun;
@@ -294,7 +231,7 @@ TEST_F(Users, RegionCropOfOddPagesReportsThePageThePlugInRefused)
   EXPECT_EQ(lines[0].substr(19), notes.back().substr(6)) << lastRun;
 }
 
-TEST_F(Users, PrintScriptShowsThePageByPageScript)
+TEST_F(E2EUsers, PrintScriptShowsThePageByPageScript)
 {
   write("in.pdf", {page(), page(), page()});
   RunResult r = folio({"--reset-media-box", "all", "--pages", "2-3", "--print-script", path("in.pdf"), "-o",
@@ -306,7 +243,7 @@ TEST_F(Users, PrintScriptShowsThePageByPageScript)
   EXPECT_FALSE(contains(r.out, "page 1\n")) << lastRun;
 }
 
-TEST_F(Users, BadPageSelectionsAreClearErrors)
+TEST_F(E2EUsers, BadPageSelectionsAreClearErrors)
 {
   write("in.pdf", {page(), page(), page()});
   struct Case {

@@ -1,186 +1,52 @@
+// GuiSupport.cpp: children on the test display, xdotool, window pixels.
 #include "GuiSupport.h"
 
 #include <X11/Xutil.h>
-#include <fcntl.h>
-#include <poll.h>
-#include <signal.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <sstream>
 #include <thread>
 
-#ifndef GUI_XVFB
-#define GUI_XVFB "Xvfb"
-#endif
 #ifndef GUI_XDOTOOL
 #define GUI_XDOTOOL "xdotool"
 #endif
 
 namespace guitest {
 
-namespace {
-
-std::vector<char *> cArgs(const std::vector<std::string> &argv)
+testsupport::RunOptions onDisplay(const std::string &display, const std::vector<std::string> &env)
 {
-  std::vector<char *> out;
-  for (const auto &a : argv)
-    out.push_back(const_cast<char *>(a.c_str()));
-  out.push_back(nullptr);
-  return out;
+  testsupport::RunOptions o;
+  o.env = env;
+  if (!display.empty())
+    o.env.push_back("DISPLAY=" + display);
+  return o;
 }
 
-} // namespace
-
-Xvfb::Xvfb(int width, int height)
+std::unique_ptr<testsupport::ChildProcess> start(const std::vector<std::string> &argv,
+                                                 const std::string &display,
+                                                 const std::vector<std::string> &env,
+                                                 const std::string &logPath)
 {
-  int fds[2];
-  if (pipe(fds) != 0)
-    return;
-  pid_ = fork();
-  if (pid_ == 0) {
-    // The server must not outlive a test that crashes or is killed.
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
-    close(fds[0]);
-    int devnull = open("/dev/null", O_RDWR);
-    dup2(devnull, 0);
-    dup2(devnull, 1);
-    dup2(devnull, 2);
-    std::string fd = std::to_string(fds[1]);
-    std::string screen = std::to_string(width) + "x" + std::to_string(height) + "x24";
-    execlp(GUI_XVFB, GUI_XVFB, "-displayfd", fd.c_str(), "-screen", "0", screen.c_str(), "-nolisten", "tcp",
-           "-noreset", static_cast<char *>(nullptr));
-    _exit(127);
-  }
-  close(fds[1]);
-  if (pid_ < 0) {
-    close(fds[0]);
-    return;
-  }
-  std::string number;
-  pollfd p{fds[0], POLLIN, 0};
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (std::chrono::steady_clock::now() < deadline) {
-    if (poll(&p, 1, 100) > 0) {
-      char c;
-      ssize_t n = read(fds[0], &c, 1);
-      if (n <= 0)
-        break;
-      if (c == '\n')
-        break;
-      number.push_back(c);
-    }
-  }
-  close(fds[0]);
-  if (!number.empty())
-    display_ = ":" + number;
-}
-
-Xvfb::~Xvfb()
-{
-  if (pid_ > 0) {
-    kill(pid_, SIGTERM);
-    if (waitFor(pid_, 3000) == -1)
-      kill(pid_, SIGKILL);
-  }
-}
-
-pid_t spawn(const std::vector<std::string> &argv, const std::string &display,
-            const std::vector<std::string> &env, const std::string &logPath)
-{
-  pid_t pid = fork();
-  if (pid == 0) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    setenv("DISPLAY", display.c_str(), 1);
-    for (const auto &e : env) {
-      auto eq = e.find('=');
-      if (eq != std::string::npos)
-        setenv(e.substr(0, eq).c_str(), e.substr(eq + 1).c_str(), 1);
-    }
-    if (!logPath.empty()) {
-      int fd = open(logPath.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
-      if (fd >= 0) {
-        dup2(fd, 1);
-        dup2(fd, 2);
-      }
-    }
-    auto args = cArgs(argv);
-    execvp(args[0], args.data());
-    _exit(127);
-  }
-  return pid;
-}
-
-int waitFor(pid_t pid, int timeoutMs)
-{
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-  for (;;) {
-    int status = 0;
-    pid_t r = waitpid(pid, &status, WNOHANG);
-    if (r == pid)
-      return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    if (r < 0)
-      return -1;
-    if (std::chrono::steady_clock::now() > deadline) {
-      kill(pid, SIGKILL);
-      waitpid(pid, &status, 0);
-      return -1;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-}
-
-bool running(pid_t pid)
-{
-  int status = 0;
-  return waitpid(pid, &status, WNOHANG) == 0;
+  testsupport::RunOptions o = onDisplay(display, env);
+  o.output = logPath.empty() ? testsupport::Output::Discard : testsupport::Output::Log;
+  o.logPath = logPath;
+  return std::make_unique<testsupport::ChildProcess>(argv, o);
 }
 
 int run(const std::vector<std::string> &argv, const std::string &display, int timeoutMs)
 {
-  pid_t pid = spawn(argv, display);
-  if (pid < 0)
-    return -1;
-  return waitFor(pid, timeoutMs);
+  testsupport::RunOptions o = onDisplay(display);
+  o.output = testsupport::Output::Discard;
+  return testsupport::runProgram(argv, o, timeoutMs).exitCode;
 }
 
 std::string capture(const std::vector<std::string> &argv, const std::string &display, int timeoutMs)
 {
-  int fds[2];
-  if (pipe(fds) != 0)
-    return {};
-  pid_t pid = fork();
-  if (pid == 0) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    close(fds[0]);
-    dup2(fds[1], 1);
-    setenv("DISPLAY", display.c_str(), 1);
-    auto args = cArgs(argv);
-    execvp(args[0], args.data());
-    _exit(127);
-  }
-  close(fds[1]);
-  std::string out;
-  pollfd p{fds[0], POLLIN, 0};
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-  while (std::chrono::steady_clock::now() < deadline) {
-    if (poll(&p, 1, 50) > 0) {
-      char buf[512];
-      ssize_t n = read(fds[0], buf, sizeof buf);
-      if (n <= 0)
-        break;
-      out.append(buf, static_cast<size_t>(n));
-    }
-  }
-  close(fds[0]);
-  waitFor(pid, 1000);
+  std::string out = testsupport::runProgram(argv, onDisplay(display), timeoutMs).out;
   while (!out.empty() && (out.back() == '\n' || out.back() == ' '))
     out.pop_back();
   return out;

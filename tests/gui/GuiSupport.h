@@ -1,49 +1,36 @@
-// GuiSupport.h: what the GUI tests need to drive real X programs.
-//
-// A private Xvfb per test (started with -displayfd, so it picks a free
-// display), child processes run with that DISPLAY (xdotool, the viewer),
-// pixel reads straight from the server, and screenshots kept as PNG files
-// in the test's output folder.
+// GuiSupport.h: what the GUI tests need to drive real X programs beyond the
+// support library (tests/support: the private X server, child processes):
+// children run on the test's display (xdotool, the viewer), windows found by
+// name, pixel reads straight from the server, and screenshots kept as PNG
+// files in the test's output folder.
 #pragma once
 
 #include <X11/Xlib.h>
-#include <sys/types.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "support/ChildProcess.h"
+#include "support/XServer.h"
+
 namespace guitest {
 
-// A private X server for the life of the object.
-class Xvfb {
-public:
-  explicit Xvfb(int width = 1280, int height = 1024);
-  ~Xvfb();
-  Xvfb(const Xvfb &) = delete;
-  Xvfb &operator=(const Xvfb &) = delete;
-
-  bool ok() const { return !display_.empty(); }
-  // ":N"
-  const std::string &display() const { return display_; }
-
-private:
-  pid_t pid_ = -1;
-  std::string display_;
-};
-
-// Starts `argv` with DISPLAY set to `display` (and the extra NAME=VALUE
-// entries of `env`); stdout and stderr go to `logPath` when it is not empty.
-pid_t spawn(const std::vector<std::string> &argv, const std::string &display,
-            const std::vector<std::string> &env = {}, const std::string &logPath = {});
-// Waits for the child to end; answers its exit code, or -1 after
-// `timeoutMs` (the child is then killed) or when it died of a signal.
-int waitFor(pid_t pid, int timeoutMs);
-// Whether the child is still running (reaps it when it ended).
-bool running(pid_t pid);
-// spawn + waitFor.
+// The options of a child on `display` (DISPLAY set, the rest of the
+// environment the test's own) with the extra NAME=VALUE entries of `env`.
+testsupport::RunOptions onDisplay(const std::string &display, const std::vector<std::string> &env = {});
+// Starts `argv` on `display` in the background; stdout and stderr are
+// appended to `logPath` (discarded when it is empty). The caller owns the
+// process (see testsupport::ChildProcess).
+std::unique_ptr<testsupport::ChildProcess> start(const std::vector<std::string> &argv,
+                                                 const std::string &display,
+                                                 const std::vector<std::string> &env = {},
+                                                 const std::string &logPath = {});
+// Runs `argv` on `display` to its end, at most `timeoutMs` (then it is
+// killed); answers its exit code, -1 when it did not exit by itself.
 int run(const std::vector<std::string> &argv, const std::string &display, int timeoutMs = 20000);
-// Runs and answers stdout (trailing blanks removed); empty on failure.
+// The same, answering its standard output with trailing blanks removed.
 std::string capture(const std::vector<std::string> &argv, const std::string &display, int timeoutMs = 20000);
 
 // xdotool with these arguments on `display`; answers its exit code.

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "GuiSupport.h"
+#include "support/PageTransform.h"
 
 #include <X11/Xlib.h>
 #include <signal.h>
@@ -74,9 +75,9 @@ protected:
   {
     if (HasFailure())
       guitest::screenshot(xvfb.display(), dir + "/failure.png");
-    if (folio > 0) {
-      kill(folio, SIGTERM);
-      guitest::waitFor(folio, 5000);
+    if (folio) {
+      folio->signal(SIGTERM);
+      folio->wait(5000);
     }
     if (dpy)
       XCloseDisplay(dpy);
@@ -106,8 +107,8 @@ protected:
       // Absolute: a relative XDG_CONFIG_HOME is ignored, and the viewer
       // would then use the user's own config file.
       fullEnv.push_back("XDG_CONFIG_HOME=" + std::filesystem::absolute(dir + "/config").string());
-    folio = guitest::spawn(argv, xvfb.display(), fullEnv, dir + "/folio.log");
-    ASSERT_GT(folio, 0);
+    folio = guitest::start(argv, xvfb.display(), fullEnv, dir + "/folio.log");
+    ASSERT_TRUE(folio->started());
     pageView = guitest::findWindow(xvfb.display(), "page view", 20000);
     ASSERT_NE(pageView, 0u) << "the viewer did not come up";
     settle();
@@ -250,7 +251,43 @@ protected:
   // the media box outline (media box 0 0 612 792, not rotated).
   std::pair<int, int> device(double x, double y) const
   {
-    return {mediaL + static_cast<int>(x), mediaB - static_cast<int>(y)};
+    testsupport::PageTransform letter; // 0 0 612 792 at 100%
+    letter.originX = mediaL;
+    letter.originY = mediaB - 792;
+    return letter.pixel(x, y);
+  }
+
+  // The document most tests crop: two letter pages with a black rectangle
+  // on each, open in the viewer. Answers its path.
+  std::string openTwoPages()
+  {
+    std::string pdf = makePdf("two.pdf", {"--pages", "2", "--rect", "150,150,450,650"});
+    startFolio(pdf);
+    return pdf;
+  }
+
+  // Selects the crop tool, drags out the region (100, 700)-(400, 300) and
+  // clicks inside it: the plug-in then asks which pages to crop.
+  void drawRegionAndClickInside()
+  {
+    selectCropToolAndMeasure();
+    drag({device(100, 700), device(400, 300)});
+    auto inside = device(250, 500);
+    clickAt(inside.first, inside.second);
+  }
+
+  // Saves the document as `name` in the test's folder with Ctrl+Shift+S;
+  // `out` is the absolute path typed.
+  void saveAs(const std::string &name, std::string &out)
+  {
+    key("ctrl+shift+s");
+    ASSERT_NE(window("Save As"), 0u);
+    // The field holds the document's own path: select it all and type over it.
+    out = std::filesystem::absolute(dir + "/" + name).string();
+    ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "ctrl+slash"}), 0);
+    ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", out}), 0);
+    ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
+    settle(500);
   }
 
   // Selects the crop tool with Ctrl+9 and finds the media box outline.
@@ -264,10 +301,10 @@ protected:
     EXPECT_EQ(mediaB - t, 792);
   }
 
-  guitest::Xvfb xvfb;
+  testsupport::XServer xvfb;
   std::string dir;
   Display *dpy = nullptr;
-  pid_t folio = -1;
+  std::unique_ptr<testsupport::ChildProcess> folio; // the viewer
   unsigned long pageView = 0;
   int mediaL = 0, mediaB = 0;
 };
@@ -356,12 +393,8 @@ TEST_F(GuiViewer, DragResizeMoveAndApplyToAllPagesThenSave)
 
 TEST_F(GuiViewer, CancelInThePagesQuestionChangesNothing)
 {
-  std::string pdf = makePdf("two.pdf", {"--pages", "2", "--rect", "150,150,450,650"});
-  startFolio(pdf);
-  selectCropToolAndMeasure();
-  drag({device(100, 700), device(400, 300)});
-  auto inside = device(250, 500);
-  clickAt(inside.first, inside.second);
+  std::string pdf = openTwoPages();
+  drawRegionAndClickInside();
   ASSERT_NE(window("Cancel"), 0u);
   key("Escape");
   // The region was used up: it is gone from the view.
@@ -438,12 +471,8 @@ TEST_F(GuiViewer, CancelTheBoundingBoxRunFromTheProgressWindow)
 
 TEST_F(GuiViewer, RevertThrowsAwayTheCrop)
 {
-  std::string pdf = makePdf("two.pdf", {"--pages", "2", "--rect", "150,150,450,650"});
-  startFolio(pdf);
-  selectCropToolAndMeasure();
-  drag({device(100, 700), device(400, 300)});
-  auto inside = device(250, 500);
-  clickAt(inside.first, inside.second);
+  std::string pdf = openTwoPages();
+  drawRegionAndClickInside();
   press("Current");
   // The cropped page shows the area outside the crop box dimmed.
   auto out = device(40, 100);
@@ -539,8 +568,8 @@ TEST_F(GuiViewer, PageKeysChangePagesAndTheStatisticsAreWrittenAtQuit)
   key("Next"); // already on the last page: nothing happens
   key("Prior");
   key("ctrl+q");
-  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
-  folio = -1;
+  EXPECT_EQ(folio->wait(10000).exitCode, 0);
+  folio.reset();
   std::string text = readFile(stats);
   // The first page shown, then pages 2, 3 and 2 again.
   EXPECT_NE(text.find("page change   n=4 "), std::string::npos) << text;
@@ -550,21 +579,17 @@ TEST_F(GuiViewer, PageKeysChangePagesAndTheStatisticsAreWrittenAtQuit)
 
 TEST_F(GuiViewer, QuitAsksBeforeClosingADocumentWithUnsavedChanges)
 {
-  std::string pdf = makePdf("two.pdf", {"--pages", "2", "--rect", "150,150,450,650"});
-  startFolio(pdf);
-  selectCropToolAndMeasure();
-  drag({device(100, 700), device(400, 300)});
-  auto inside = device(250, 500);
-  clickAt(inside.first, inside.second);
+  std::string pdf = openTwoPages();
+  drawRegionAndClickInside();
   press("Current");
   key("ctrl+q");
   // "Save changes to ... before closing?": Cancel keeps the viewer running.
   press("Cancel");
-  EXPECT_TRUE(guitest::running(folio));
+  EXPECT_TRUE(folio->running());
   key("ctrl+q");
   press("Don't Save");
-  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
-  folio = -1;
+  EXPECT_EQ(folio->wait(10000).exitCode, 0);
+  folio.reset();
   std::vector<Box> boxes = cropBoxes(pdf);
   ASSERT_EQ(boxes.size(), 2u);
   for (const Box &box : boxes)
@@ -620,8 +645,8 @@ TEST_F(GuiViewer, MouseWheelAtTheEndOfAPageTurnsToTheNext)
   ASSERT_EQ(guitest::xdo(xvfb.display(), {"click", "5"}), 0); // already on the last page
   settle();
   key("ctrl+q");
-  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
-  folio = -1;
+  EXPECT_EQ(folio->wait(10000).exitCode, 0);
+  folio.reset();
   std::string text = readFile(stats);
   EXPECT_NE(text.find("page change   n=3 "), std::string::npos) << text;
 }
@@ -642,8 +667,8 @@ TEST_F(GuiViewer, GoToPageAsksForANumber)
   ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
   settle();
   key("ctrl+q");
-  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
-  folio = -1;
+  EXPECT_EQ(folio->wait(10000).exitCode, 0);
+  folio.reset();
   std::string text = readFile(stats);
   // The first page, then page 4.
   EXPECT_NE(text.find("page change   n=2 "), std::string::npos) << text;
@@ -676,23 +701,11 @@ TEST_F(GuiViewer, OpenASecondDocumentAndSwitchBackFromTheWindowMenu)
 
 TEST_F(GuiViewer, SaveAsWritesTheCropToANewFile)
 {
-  std::string pdf = makePdf("two.pdf", {"--pages", "2", "--rect", "150,150,450,650"});
-  startFolio(pdf);
-  selectCropToolAndMeasure();
-  drag({device(100, 700), device(400, 300)});
-  auto inside = device(250, 500);
-  clickAt(inside.first, inside.second);
+  std::string pdf = openTwoPages();
+  drawRegionAndClickInside();
   press("All");
-  key("ctrl+shift+s");
-  ASSERT_NE(window("Save As"), 0u);
-  // The field holds the document's own path: select it all and type over it.
-  char cwd[4096];
-  ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
-  std::string out = std::string(cwd) + "/" + dir + "/saved-as.pdf";
-  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "ctrl+slash"}), 0);
-  ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", out}), 0);
-  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
-  settle(500);
+  std::string out;
+  ASSERT_NO_FATAL_FAILURE(saveAs("saved-as.pdf", out));
   std::vector<Box> saved = boxesUntil(out, [](const std::vector<Box> &b) { return b.size() == 2; });
   ASSERT_EQ(saved.size(), 2u);
   for (const Box &box : saved) {
@@ -753,8 +766,7 @@ std::string statusText(Display *dpy, const std::string &display)
 
 TEST_F(GuiViewer, SaveAsRetitlesTheWindowAndLaterSavesGoToTheNewFile)
 {
-  std::string pdf = makePdf("two.pdf", {"--pages", "2", "--rect", "150,150,450,650"});
-  startFolio(pdf);
+  std::string pdf = openTwoPages();
   ASSERT_NE(window("two.pdf - Folio"), 0u);
   // The Window menu's one item is as wide as its label, the file's name.
   auto itemWidth = [&] {
@@ -766,25 +778,15 @@ TEST_F(GuiViewer, SaveAsRetitlesTheWindowAndLaterSavesGoToTheNewFile)
     return a.width;
   };
   int before = itemWidth();
-  key("ctrl+shift+s");
-  ASSERT_NE(window("Save As"), 0u);
-  char cwd[4096];
-  ASSERT_NE(getcwd(cwd, sizeof cwd), nullptr);
-  std::string out = std::string(cwd) + "/" + dir + "/renamed.pdf";
-  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "ctrl+slash"}), 0);
-  ASSERT_EQ(guitest::xdo(xvfb.display(), {"type", out}), 0);
-  ASSERT_EQ(guitest::xdo(xvfb.display(), {"key", "Return"}), 0);
-  settle(500);
+  std::string out;
+  ASSERT_NO_FATAL_FAILURE(saveAs("renamed.pdf", out));
   EXPECT_NE(window("renamed.pdf - Folio"), 0u) << "the title still names the old file";
   // The Window menu lists the document once, under its new, longer name.
   int after = itemWidth();
   std::printf("Window menu item %d pixels wide before Save As, %d after\n", before, after);
   EXPECT_GT(after, before + 10) << "the Window menu still names the old file";
   // A crop, then Ctrl+S: written to the new file, the old one untouched.
-  selectCropToolAndMeasure();
-  drag({device(100, 700), device(400, 300)});
-  auto inside = device(250, 500);
-  clickAt(inside.first, inside.second);
+  drawRegionAndClickInside();
   press("All");
   EXPECT_NE(window("renamed.pdf * - Folio"), 0u);
   key("ctrl+s");
@@ -849,11 +851,11 @@ TEST_F(GuiViewer, TheReadOnlyEditionsEmptyExtensionsMenuSaysSo)
   std::string pdf = makePdf("letter.pdf", {"--rect", "100,100,300,300"});
   // The plug-in notes at start that it needs the editing edition; the
   // viewer comes up once the note is answered.
-  folio = guitest::spawn(
+  folio = guitest::start(
       {GUI_FOLIO, pdf}, xvfb.display(),
       {"FOLIO_EDITION=read-only", "XDG_CONFIG_HOME=" + std::filesystem::absolute(dir + "/config").string()},
       dir + "/folio.log");
-  ASSERT_GT(folio, 0);
+  ASSERT_TRUE(folio->started());
   if (guitest::findWindow(xvfb.display(), "OK", 20000))
     press("OK");
   pageView = window("page view", 20000);
@@ -943,8 +945,8 @@ TEST_F(GuiViewer, ClosingTheEachOrBiggestQuestionLeavesNoProgressWindowBehind)
   EXPECT_EQ(guitest::findWindow(xvfb.display(), "Progress", 1500), 0u) << "the progress window stayed up";
   // The viewer still takes input: Ctrl+Q quits.
   key("ctrl+q");
-  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
-  folio = -1;
+  EXPECT_EQ(folio->wait(10000).exitCode, 0);
+  folio.reset();
 }
 
 TEST_F(GuiViewer, TheStatusLineShowsTheRegionWhileItIsDrawnInTheChosenUnit)
@@ -1003,7 +1005,7 @@ TEST_F(GuiViewer, TheStatusLineShowsTheRegionWhileItIsDrawnInTheChosenUnit)
   EXPECT_NE(readFile(config + "/folio/folio.conf").find("units = millimetres"), std::string::npos);
   key("ctrl+q");
   press("Don't Save");
-  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
+  EXPECT_EQ(folio->wait(10000).exitCode, 0);
   startFolio(pdf, {"XDG_CONFIG_HOME=" + config});
   text = statusText(dpy, xvfb.display());
   EXPECT_NE(text.find("Crop box: left 0  bottom 0  width 215.9  height 279.4 mm"), std::string::npos) << text;
@@ -1052,13 +1054,18 @@ TEST_F(GuiViewer, ShowCroppedPagesShowsOnlyTheCropBoxAndARegionDrawnThereLandsRi
   EXPECT_EQ(s.at(r + 1, (t + b) / 2), (guitest::Rgb{0x80, 0x80, 0x80}));
   EXPECT_EQ(s.at((l + r) / 2, b + 1), (guitest::Rgb{0x80, 0x80, 0x80}));
   // The black mark at page (300..350, 150..200) is where the crop box puts it.
-  EXPECT_EQ(s.at(l + 225, t + 325), (guitest::Rgb{0, 0, 0}));
+  testsupport::PageTransform cropped{100, 100, 400, 500};
+  cropped.originX = l;
+  cropped.originY = t;
+  auto [markX, markY] = cropped.pixel(325, 175);
+  EXPECT_EQ(s.at(markX, markY), (guitest::Rgb{0, 0, 0}));
   EXPECT_NE(readFile(config + "/folio/folio.conf").find("show-cropped-pages = yes"), std::string::npos);
   // A region drawn in this view: page (150, 450) to (350, 200), the crop
   // box's top-left being page (100, 500).
   key("ctrl+9");
-  drag({{l + 50, t + 50}, {l + 150, t + 200}, {l + 250, t + 300}});
-  clickAt(l + 150, t + 150);
+  drag({cropped.pixel(150, 450), cropped.pixel(250, 300), cropped.pixel(350, 200)});
+  auto [insideX, insideY] = cropped.pixel(250, 350);
+  clickAt(insideX, insideY);
   press("Current"); // "Crop this page?"
   key("ctrl+s");
   std::vector<Box> boxes = boxesUntil(pdf, [](const std::vector<Box> &x) {
@@ -1088,8 +1095,8 @@ TEST_F(GuiViewer, ShowCroppedPagesShowsOnlyTheCropBoxAndARegionDrawnThereLandsRi
   EXPECT_NEAR(r - l + 1, a.width - 16, 2);
   // The choice is remembered: the next start shows the cropped page.
   key("ctrl+q");
-  ASSERT_EQ(guitest::waitFor(folio, 10000), 0);
-  folio = -1;
+  ASSERT_EQ(folio->wait(10000).exitCode, 0);
+  folio.reset();
   startFolio(pdf, {"XDG_CONFIG_HOME=" + config});
   s = shotUntil([&](const guitest::Snapshot &x) {
     int l2, t2, r2, b2;
@@ -1153,8 +1160,8 @@ TEST_F(GuiViewer, APasswordIsAskedForWithRetriesAndTheDocumentOpens)
   // The document is open and may be cropped: the crop tool shows its outline.
   selectCropToolAndMeasure();
   key("ctrl+q");
-  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
-  folio = -1;
+  EXPECT_EQ(folio->wait(10000).exitCode, 0);
+  folio.reset();
 }
 
 TEST_F(GuiViewer, CancellingThePasswordDialogOpensNothing)
@@ -1168,10 +1175,10 @@ TEST_F(GuiViewer, CancellingThePasswordDialogOpensNothing)
   unsigned long ok = window("OK");
   ASSERT_NE(ok, 0u);
   press("OK");
-  EXPECT_TRUE(guitest::running(folio));
+  EXPECT_TRUE(folio->running());
   key("ctrl+q");
-  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
-  folio = -1;
+  EXPECT_EQ(folio->wait(10000).exitCode, 0);
+  folio.reset();
 }
 
 TEST_F(GuiViewer, APageThatCannotBeReadGivesOneAlertAndTheViewerGoesOn)
@@ -1208,10 +1215,10 @@ TEST_F(GuiViewer, APageThatCannotBeReadGivesOneAlertAndTheViewerGoesOn)
   for (int i = 0; i < 100 && guitest::findWindow(xvfb.display(), "OK", 100) == alert; ++i)
     settle(100);
   EXPECT_EQ(guitest::findWindow(xvfb.display(), "OK", 1500), 0u) << "the alert came back";
-  ASSERT_TRUE(guitest::running(folio)) << "the viewer ended";
+  ASSERT_TRUE(folio->running()) << "the viewer ended";
   key("ctrl+q");
-  EXPECT_EQ(guitest::waitFor(folio, 10000), 0);
-  folio = -1;
+  EXPECT_EQ(folio->wait(10000).exitCode, 0);
+  folio.reset();
 }
 
 // The label a menu item shows, as its window's icon name says it.
@@ -1228,12 +1235,8 @@ static std::string shownLabel(Display *dpy, unsigned long window)
 
 TEST_F(GuiViewer, UndoAndRedoACropWithTheKeysAndTheEditMenu)
 {
-  std::string pdf = makePdf("two.pdf", {"--pages", "2", "--rect", "150,150,450,650"});
-  startFolio(pdf);
-  selectCropToolAndMeasure();
-  drag({device(100, 700), device(400, 300)});
-  auto inside = device(250, 500);
-  clickAt(inside.first, inside.second);
+  std::string pdf = openTwoPages();
+  drawRegionAndClickInside();
   press("Current");
   auto out = device(40, 100);
   const guitest::Rgb dimmed{0xaf, 0xaf, 0xaf}, white{255, 255, 255};

@@ -26,7 +26,7 @@ constexpr int kAreaH = 300;
 // One server and one toolkit connection for the whole program (Motif keeps
 // caches per display); each test gets its own shell on it.
 struct SharedDisplay {
-  guitest::Xvfb *xvfb = nullptr;
+  testsupport::XServer *xvfb = nullptr;
   XtAppContext app = nullptr;
   Display *dpy = nullptr;
 };
@@ -34,7 +34,7 @@ SharedDisplay &shared()
 {
   static SharedDisplay s;
   if (!s.xvfb) {
-    s.xvfb = new guitest::Xvfb(); // lives until the program ends
+    s.xvfb = new testsupport::XServer(); // lives until the program ends
     if (s.xvfb->ok()) {
       XtToolkitInitialize();
       s.app = XtCreateApplicationContext();
@@ -68,8 +68,8 @@ protected:
   }
   void TearDown() override
   {
-    if (helper > 0)
-      guitest::waitFor(helper, 5000);
+    if (helper)
+      helper->wait(5000);
     if (timer)
       XtRemoveTimeOut(timer);
     if (shell) {
@@ -86,12 +86,14 @@ protected:
   {
     std::vector<std::string> argv{"xdotool"};
     argv.insert(argv.end(), args.begin(), args.end());
-    helper = guitest::spawn(argv, display);
+    helper = guitest::start(argv, display);
   }
   int helperResult()
   {
-    int rc = guitest::waitFor(helper, 10000);
-    helper = -1;
+    if (!helper)
+      return -1;
+    int rc = helper->wait(10000).exitCode;
+    helper.reset();
     return rc;
   }
 
@@ -101,7 +103,7 @@ protected:
   Display *dpy = nullptr;
   Widget shell = nullptr;
   Widget area = nullptr;
-  pid_t helper = -1;
+  std::unique_ptr<testsupport::ChildProcess> helper;
 };
 
 TEST_F(GuiWidgets, QuestionAnswersTheButtonClickedWithThePointer)

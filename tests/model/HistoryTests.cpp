@@ -14,7 +14,7 @@ CropState own(double x0, double y0, double x1, double y1)
   return CropState{true, fixedRect(x0, y0, x1, y1)};
 }
 
-TEST(CropHistory, ChangesOutsideAnActionAreOneStepEach)
+TEST(ModelCropHistory, ChangesOutsideAnActionAreOneStepEach)
 {
   CropHistory h;
   h.record(0, CropState{}, own(0, 0, 10, 10));
@@ -23,7 +23,7 @@ TEST(CropHistory, ChangesOutsideAnActionAreOneStepEach)
   EXPECT_EQ(h.undoLabel(), CropHistory::kDefaultLabel);
 }
 
-TEST(CropHistory, OneActionIsOneStepNamedByTheOutermostLabel)
+TEST(ModelCropHistory, OneActionIsOneStepNamedByTheOutermostLabel)
 {
   CropHistory h;
   {
@@ -71,7 +71,7 @@ TEST(CropHistory, OneActionIsOneStepNamedByTheOutermostLabel)
   EXPECT_EQ(h.redoCount(), 1u);
 }
 
-TEST(CropHistory, ANewChangeDropsTheRedoSide)
+TEST(ModelCropHistory, ANewChangeDropsTheRedoSide)
 {
   CropHistory h;
   h.record(0, CropState{}, own(0, 0, 1, 1));
@@ -84,7 +84,7 @@ TEST(CropHistory, ANewChangeDropsTheRedoSide)
   EXPECT_EQ(h.undoCount(), 1u);
 }
 
-TEST(CropHistory, RepeatedWritesOfAPageFoldIntoOneChangeAndAPutBackIsNone)
+TEST(ModelCropHistory, RepeatedWritesOfAPageFoldIntoOneChangeAndAPutBackIsNone)
 {
   CropHistory h;
   {
@@ -104,7 +104,7 @@ TEST(CropHistory, RepeatedWritesOfAPageFoldIntoOneChangeAndAPutBackIsNone)
   EXPECT_EQ(changes[0].after, own(0, 0, 100, 100));
 }
 
-TEST(CropHistory, AnActionThatPutsEverythingBackLeavesNoStep)
+TEST(ModelCropHistory, AnActionThatPutsEverythingBackLeavesNoStep)
 {
   CropHistory h;
   {
@@ -115,7 +115,7 @@ TEST(CropHistory, AnActionThatPutsEverythingBackLeavesNoStep)
   EXPECT_FALSE(h.canUndo());
 }
 
-TEST(CropHistory, NothingIsRecordedWhileApplyingOrForAnEqualBox)
+TEST(ModelCropHistory, NothingIsRecordedWhileApplyingOrForAnEqualBox)
 {
   CropHistory h;
   {
@@ -126,13 +126,13 @@ TEST(CropHistory, NothingIsRecordedWhileApplyingOrForAnEqualBox)
   EXPECT_FALSE(h.canUndo());
 }
 
-TEST(CropHistory, AnUnmatchedEndIsIgnored)
+TEST(ModelCropHistory, AnUnmatchedEndIsIgnored)
 {
   CropHistory::endAction();
   EXPECT_FALSE(CropHistory::actionOpen());
 }
 
-TEST(CropHistory, ARegionOnManyPagesIsStoredInAFewBytes)
+TEST(ModelCropHistory, ARegionOnManyPagesIsStoredInAFewBytes)
 {
   CropHistory h;
   const size_t empty = h.memoryBytes();
@@ -152,7 +152,7 @@ TEST(CropHistory, ARegionOnManyPagesIsStoredInAFewBytes)
   EXPECT_EQ(changes[99999].after, own(0, 0, 612, 792));
 }
 
-TEST(CropHistory, DistinctBoxesCostADozenOrTwoBytesAPage)
+TEST(ModelCropHistory, DistinctBoxesCostADozenOrTwoBytesAPage)
 {
   CropHistory h;
   const size_t empty = h.memoryBytes();
@@ -165,7 +165,7 @@ TEST(CropHistory, DistinctBoxesCostADozenOrTwoBytesAPage)
   EXPECT_LE(h.memoryBytes() - empty, 10000u * 20u);
 }
 
-TEST(CropHistory, EveryBoxComesBackExactly)
+TEST(ModelCropHistory, EveryBoxComesBackExactly)
 {
   // Boxes of every kind: negative and huge edges, fractions of 1/65536,
   // pages without a box of their own, gaps between pages, repeats.

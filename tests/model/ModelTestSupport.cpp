@@ -1,24 +1,21 @@
 // ModelTestSupport.cpp: helpers of the model tests.
 #include "ModelTestSupport.h"
 
-#include <dirent.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <filesystem>
+
+#include "support/ChildProcess.h"
 
 namespace folio::modeltest {
 
 std::vector<QpdfPage> qpdfPages(const std::string &path, const std::string &password)
 {
-  std::string cmd = std::string("python3 '") + QPDF_BOXES_SCRIPT + "' '" + path + "'";
+  std::vector<std::string> argv{"python3", QPDF_BOXES_SCRIPT, path};
   if (!password.empty())
-    cmd += " '" + password + "'";
+    argv.push_back(password);
   std::vector<QpdfPage> pages;
-  FILE *p = popen(cmd.c_str(), "r");
-  if (!p)
-    return pages;
-  char line[512];
-  while (std::fgets(line, sizeof line, p)) {
+  std::istringstream lines(testsupport::runProgram(argv).out);
+  std::string line;
+  while (std::getline(lines, line)) {
     std::istringstream in(line);
     int index;
     std::string word;
@@ -35,62 +32,33 @@ std::vector<QpdfPage> qpdfPages(const std::string &path, const std::string &pass
     in >> word >> page.rotate;
     pages.push_back(page);
   }
-  pclose(p);
   return pages;
 }
 
-std::string readFile(const std::string &path)
+int run(const std::vector<std::string> &argv)
 {
-  std::ifstream f(path, std::ios::binary);
-  std::ostringstream s;
-  s << f.rdbuf();
-  return s.str();
-}
-
-void writeFile(const std::string &path, const std::string &bytes)
-{
-  std::ofstream f(path, std::ios::binary | std::ios::trunc);
-  f.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-}
-
-bool fileExists(const std::string &path)
-{
-  struct stat st {};
-  return ::stat(path.c_str(), &st) == 0;
-}
-
-std::vector<std::string> listDir(const std::string &dir)
-{
-  std::vector<std::string> names;
-  if (DIR *d = ::opendir(dir.c_str())) {
-    while (dirent *e = ::readdir(d)) {
-      std::string n = e->d_name;
-      if (n != "." && n != "..")
-        names.push_back(n);
-    }
-    ::closedir(d);
-  }
-  return names;
-}
-
-int run(const std::string &command)
-{
-  int status = std::system(command.c_str());
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  testsupport::RunOptions o;
+  o.output = testsupport::Output::Discard;
+  return testsupport::runProgram(argv, o).exitCode;
 }
 
 void ModelTest::SetUp()
 {
-  char tmpl[] = "/tmp/folio-model-test-XXXXXX";
-  char *d = ::mkdtemp(tmpl);
-  ASSERT_NE(d, nullptr);
-  dir_ = d;
+  dir_ = testsupport::makeTempDir("folio-model-test");
 }
 
 void ModelTest::TearDown()
 {
-  if (!dir_.empty())
-    run("chmod -R u+w '" + dir_ + "' 2>/dev/null; rm -rf '" + dir_ + "'");
+  if (dir_.empty())
+    return;
+  // Tests take write permission away; give it back so that all can go.
+  namespace fs = std::filesystem;
+  std::error_code ec;
+  fs::permissions(dir_, fs::perms::owner_all, fs::perm_options::add, ec);
+  for (auto it = fs::recursive_directory_iterator(dir_, ec); !ec && it != fs::recursive_directory_iterator();
+       it.increment(ec))
+    fs::permissions(it->path(), fs::perms::owner_read | fs::perms::owner_write, fs::perm_options::add, ec);
+  testsupport::removeAll(dir_);
 }
 
 std::string ModelTest::write(const std::string &name, const std::vector<pdfgen::PageSpec> &pages,

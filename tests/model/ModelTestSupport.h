@@ -16,6 +16,7 @@
 #include "model/Document.h"
 #include "model/ModelError.h"
 #include "pdfgen.h"
+#include "support/Files.h"
 
 namespace folio::modeltest {
 
@@ -48,14 +49,14 @@ struct QpdfPage {
 
 std::vector<QpdfPage> qpdfPages(const std::string &path, const std::string &password = "");
 
-std::string readFile(const std::string &path);
-void writeFile(const std::string &path, const std::string &bytes);
-bool fileExists(const std::string &path);
-// Names in `dir` (no "." or "..").
-std::vector<std::string> listDir(const std::string &dir);
+using testsupport::fileExists;
+using testsupport::listDir;
+using testsupport::readFile;
+using testsupport::writeFile;
 
-// Runs a command line; its exit status.
-int run(const std::string &command);
+// Runs `argv` with its output discarded; its exit status (-1 when it did
+// not exit normally).
+int run(const std::vector<std::string> &argv);
 
 class ModelTest : public ::testing::Test {
 protected:

@@ -34,14 +34,16 @@ protected:
 
   static bool qpdfChecks(const std::string &p, const std::string &password = "")
   {
-    std::string pw = password.empty() ? "" : " --password='" + password + "'";
-    return run("qpdf --check" + pw + " '" + p + "' >/dev/null 2>&1") == 0;
+    std::vector<std::string> argv{"qpdf", "--check", p};
+    if (!password.empty())
+      argv.insert(argv.begin() + 2, "--password=" + password);
+    return run(argv) == 0;
   }
 
   static bool encryptedOnDisk(const std::string &p)
   {
     // Without a password qpdf can only read an encrypted file's structure.
-    return run("qpdf --requires-password '" + p + "'") == 0;
+    return run({"qpdf", "--requires-password", p}) == 0;
   }
 
   std::string encrypted(bool allowModify)

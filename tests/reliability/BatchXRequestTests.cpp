@@ -27,23 +27,18 @@ rel::ResourceCounts heldAfter(const rel::Xvfb &x, const std::string &folder, con
   std::string script = "open " + pdf + "\n" + actions + "snapshot " + mark + "\n";
   for (int i = 0; i < 1000; ++i)
     script += i % 2 ? "zoom 400\n" : "zoom 100\n";
-  rel::RunOptions o;
-  o.display = x.display();
-  o.input = script;
   rel::XResWatch watch(x.display());
-  rel::Child c(kFolio, {"--batch", "-"}, folder, o);
   rel::ResourceCounts held;
   samplesAfterMark = 0;
-  while (!c.finished() && samplesAfterMark < 5) {
+  rel::RunResult r = rel::runBatchSampling(kFolio, folder, x.display(), script, [&](pid_t pid) {
     rel::ResourceCounts now;
-    if (watch.ok() && watch.countsOf(c.pid(), now) && rel::fileExists(mark)) {
+    if (watch.ok() && watch.countsOf(pid, now) && rel::fileExists(mark)) {
       ++samplesAfterMark;
       for (const auto &[type, count] : now)
         held[type] = std::max(held[type], count);
     }
-    rel::sleepSeconds(0.02);
-  }
-  rel::RunResult r = c.wait();
+    return samplesAfterMark < 5;
+  });
   EXPECT_EQ(r.exitCode, 0) << r.describe();
   return held;
 }

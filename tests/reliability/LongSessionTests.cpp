@@ -86,24 +86,19 @@ rel::RunResult runSession(const rel::Xvfb &x, const std::string &folder, const s
                           const std::string &mark, std::vector<Sample> &samples, size_t &markedAt)
 {
   markedAt = 0;
-  rel::RunOptions o;
-  o.display = x.display();
-  o.input = script;
   rel::XResWatch watch(x.display());
   double start = rel::now();
-  rel::Child c(kFolio, {"--batch", "-"}, folder, o);
-  while (!c.finished()) {
+  return rel::runBatchSampling(kFolio, folder, x.display(), script, [&](pid_t pid) {
     Sample s;
     s.at = rel::now() - start;
-    s.rssKb = rel::rssKbOf(c.pid());
-    if (watch.ok() && watch.countsOf(c.pid(), s.x) && s.rssKb > 0) {
+    s.rssKb = rel::rssKbOf(pid);
+    if (watch.ok() && watch.countsOf(pid, s.x) && s.rssKb > 0) {
       samples.push_back(s);
       if (markedAt == 0 && rel::fileExists(mark))
         markedAt = samples.size() - 1;
     }
-    rel::sleepSeconds(0.02);
-  }
-  return c.wait();
+    return true;
+  });
 }
 
 // The greatest resident set and the greatest count of each X resource type

@@ -1,28 +1,43 @@
-// RelSupport.h: what the reliability tests share: running the folio program
-// (to its end, or in the background to be killed), its peak memory, private
-// temporary folders, file helpers, a private X server and the X-Resource
-// counts of a client.
+// RelSupport.h: what the reliability tests share beyond the support library
+// (tests/support: processes, folders, files, private X servers): running the
+// folio program (to its end, or in the background to be killed) in a clean
+// environment, memory figures of processes and the X-Resource counts of a
+// client.
 #pragma once
 
 #include <sys/types.h>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "support/ChildProcess.h"
+#include "support/Files.h"
+#include "support/XServer.h"
+
 namespace rel {
 
-// How a run of a program ended.
-struct RunResult {
-  int exitCode = -1;            // exit status; -1 when it did not exit normally
-  int signal = 0;               // the signal that ended it, 0 when it exited
-  long peakRssKb = 0;           // its peak resident set (its own, not its children's)
-  std::string out;              // standard output
-  std::string err;              // standard error
-  std::string describe() const; // exit, signal, peak memory and both outputs, for failure messages
+using testsupport::contains;
+using testsupport::copyFile;
+using testsupport::fileExists;
+using testsupport::listDir;
+using testsupport::now;
+using testsupport::readFile;
+using testsupport::RunResult;
+using testsupport::sleepSeconds;
+using testsupport::writeFile;
+// A private X server (Xvfb) for the length of a test.
+using Xvfb = testsupport::XServer;
+
+// A folder under /tmp, removed with everything in it on destruction.
+class TempDir : public testsupport::TempDir {
+public:
+  TempDir() : testsupport::TempDir("folio-rel") {}
 };
 
+// How a run of the folio program is set up.
 struct RunOptions {
   std::string input;             // standard input
   std::string display;           // DISPLAY for the program; empty: none (the host starts its own X server)
@@ -31,83 +46,35 @@ struct RunOptions {
   std::string cwd;               // working folder; empty: the test's own
 };
 
-// A program started in the background with its outputs going to files of a
-// private folder. The destructor kills it (SIGKILL) if it still runs.
-class Child {
+// A program started in the background, its outputs captured. The
+// destructor kills it (SIGKILL) if it still runs. The environment is the
+// test's own without DISPLAY (unless options.display), FOLIO_* and
+// XDG_CONFIG_HOME, which is set to `configHome` so that no user
+// configuration is read.
+class Child : public testsupport::ChildProcess {
 public:
   Child(const std::string &program, const std::vector<std::string> &args, const std::string &configHome,
         const RunOptions &options = {});
-  ~Child();
-  Child(const Child &) = delete;
-  Child &operator=(const Child &) = delete;
-
-  pid_t pid() const { return pid_; }
-  bool started() const { return pid_ > 0; }
   // True once the program has ended (reaps it; wait() then returns at once).
-  bool finished();
-  void kill(int sig);
-  // Waits for the end and collects outputs and peak memory.
-  RunResult wait();
-
-private:
-  void reap(bool block);
-  pid_t pid_ = -1;
-  bool reaped_ = false;
-  int status_ = 0;
-  long peakRssKb_ = 0;
-  std::string io_; // folder of stdin/stdout/stderr
-  std::string startError_;
+  bool finished() { return !running(); }
+  void kill(int sig) { signal(sig); }
 };
 
-// Runs the program to its end. The environment is the test's own without
-// DISPLAY (unless options.display), FOLIO_* and XDG_CONFIG_HOME, which is set
-// to `configHome` so that no user configuration is read.
+// Runs the program to its end (see Child).
 RunResult runProgram(const std::string &program, const std::vector<std::string> &args,
                      const std::string &configHome, const RunOptions &options = {});
 
-// A folder under /tmp, removed with everything in it on destruction.
-class TempDir {
-public:
-  TempDir();
-  ~TempDir();
-  TempDir(const TempDir &) = delete;
-  TempDir &operator=(const TempDir &) = delete;
-  const std::string &path() const { return path_; }
-  std::string file(const std::string &name) const { return path_ + "/" + name; }
+// Runs `program --batch -` with `script` on standard input, on the X
+// server `display`, and calls `sample(pid)` every 20 ms while it runs until
+// `sample` answers false; then waits for its end.
+RunResult runBatchSampling(const std::string &program, const std::string &configHome,
+                           const std::string &display, const std::string &script,
+                           const std::function<bool(pid_t)> &sample);
 
-private:
-  std::string path_;
-};
-
-bool fileExists(const std::string &path);
-std::string readFile(const std::string &path);
-void writeFile(const std::string &path, const std::string &bytes);
-bool copyFile(const std::string &from, const std::string &to);
-// Names in `dir` (without "." and ".."), sorted.
-std::vector<std::string> listDir(const std::string &dir);
-bool contains(const std::string &text, const std::string &part);
 // The peak resident set of this process so far, in kB (VmHWM).
 long selfPeakRssKb();
 // The resident set of process `pid` now, in kB (VmRSS); 0 when it is gone.
 long rssKbOf(pid_t pid);
-// Monotonic seconds.
-double now();
-void sleepSeconds(double s);
-
-// A private X server (Xvfb -displayfd) for the length of a test.
-class Xvfb {
-public:
-  Xvfb();
-  ~Xvfb();
-  Xvfb(const Xvfb &) = delete;
-  Xvfb &operator=(const Xvfb &) = delete;
-  bool ok() const { return !display_.empty(); }
-  const std::string &display() const { return display_; } // ":N"
-
-private:
-  pid_t pid_ = -1;
-  std::string display_;
-};
 
 // Resource counts of one client of an X server, by resource type name
 // ("PIXMAP", "GC", "WINDOW", "CURSOR", ...), from the X-Resource extension.
