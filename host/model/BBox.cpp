@@ -456,7 +456,7 @@ void renderGrey(fz_context *ctx, fz_display_list *list, fz_cookie *cookie, doubl
   std::fill(g.px.begin(), g.px.begin() + static_cast<std::ptrdiff_t>(n), 255);
   fz_matrix ctm = fz_make_matrix(static_cast<float>(s), 0, 0, static_cast<float>(-s), static_cast<float>(-i0),
                                  static_cast<float>(j1));
-  drawList(ctx, list, ctm, fz_device_gray(ctx), g.px.data(), g.w, g.h, g.w, cookie);
+  drawList(ctx, list, ctm, fz_device_gray(ctx), g.px.data(), g.w, g.h, g.w, cookie, true);
 }
 
 enum Edge { Left, Right, Bottom, Top };
