@@ -456,29 +456,7 @@ void renderGrey(fz_context *ctx, fz_display_list *list, fz_cookie *cookie, doubl
   std::fill(g.px.begin(), g.px.begin() + static_cast<std::ptrdiff_t>(n), 255);
   fz_matrix ctm = fz_make_matrix(static_cast<float>(s), 0, 0, static_cast<float>(-s), static_cast<float>(-i0),
                                  static_cast<float>(j1));
-  unsigned char *samples = g.px.data();
-  int w = g.w, h = g.h;
-  fz_pixmap *pix = nullptr;
-  fz_device *dev = nullptr;
-  fz_var(pix);
-  fz_var(dev);
-  fz_try(ctx)
-  {
-    pix = fz_new_pixmap_with_data(ctx, fz_device_gray(ctx), w, h, nullptr, 0, w, samples);
-    dev = fz_new_draw_device(ctx, fz_identity, pix);
-    fz_run_display_list(ctx, list, dev, ctm, fz_make_rect(0, 0, static_cast<float>(w), static_cast<float>(h)),
-                        cookie);
-    fz_close_device(ctx, dev);
-  }
-  fz_always(ctx)
-  {
-    fz_drop_device(ctx, dev);
-    fz_drop_pixmap(ctx, pix);
-  }
-  fz_catch(ctx)
-  {
-    fz_rethrow(ctx);
-  }
+  drawList(ctx, list, ctm, fz_device_gray(ctx), g.px.data(), g.w, g.h, g.w, cookie, true);
 }
 
 enum Edge { Left, Right, Bottom, Top };

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "model/BudgetEngine.h"
+#include "model/CullDevice.h"
 #include "model/Document.h"
 #include "model/Engine.h"
 #include "model/PageEngine.h"
@@ -136,6 +137,38 @@ fz_display_list *pageDisplayList(Page &page)
   }
   pi.list = list;
   return list;
+}
+
+void drawList(fz_context *ctx, fz_display_list *list, fz_matrix ctm, fz_colorspace *cs,
+              unsigned char *samples, int w, int h, int stride, fz_cookie *cookie, bool cullGlyphs)
+{
+  fz_pixmap *pix = nullptr;
+  fz_device *dev = nullptr, *cull = nullptr;
+  fz_var(pix);
+  fz_var(dev);
+  fz_var(cull);
+  fz_try(ctx)
+  {
+    fz_rect area = fz_make_rect(0, 0, static_cast<float>(w), static_cast<float>(h));
+    pix = fz_new_pixmap_with_data(ctx, cs, w, h, nullptr, 0, stride, samples);
+    dev = fz_new_draw_device(ctx, fz_identity, pix);
+    if (cullGlyphs)
+      cull = newCullDevice(ctx, dev, area);
+    fz_run_display_list(ctx, list, cull ? cull : dev, ctm, area, cookie);
+    if (cull)
+      fz_close_device(ctx, cull);
+    fz_close_device(ctx, dev);
+  }
+  fz_always(ctx)
+  {
+    fz_drop_device(ctx, cull);
+    fz_drop_device(ctx, dev);
+    fz_drop_pixmap(ctx, pix);
+  }
+  fz_catch(ctx)
+  {
+    fz_rethrow(ctx);
+  }
 }
 
 FixedRect Page::mediaBox() const
@@ -328,29 +361,8 @@ PageRaster Page::render(double zoom)
   fz_cookie *cookie = work.cookie();
   int w = out.width, h = out.height, stride = out.stride;
   try {
-    engineCall(ctx, ModelErrorKind::Engine, "Cannot draw the page", [&] {
-      fz_pixmap *pix = nullptr;
-      fz_device *dev = nullptr;
-      fz_var(pix);
-      fz_var(dev);
-      fz_try(ctx)
-      {
-        pix = fz_new_pixmap_with_data(ctx, fz_device_rgb(ctx), w, h, nullptr, 0, stride, samples);
-        dev = fz_new_draw_device(ctx, fz_identity, pix);
-        fz_run_display_list(ctx, list, dev, ctm,
-                            fz_make_rect(0, 0, static_cast<float>(w), static_cast<float>(h)), cookie);
-        fz_close_device(ctx, dev);
-      }
-      fz_always(ctx)
-      {
-        fz_drop_device(ctx, dev);
-        fz_drop_pixmap(ctx, pix);
-      }
-      fz_catch(ctx)
-      {
-        fz_rethrow(ctx);
-      }
-    });
+    engineCall(ctx, ModelErrorKind::Engine, "Cannot draw the page",
+               [&] { drawList(ctx, list, ctm, fz_device_rgb(ctx), samples, w, h, stride, cookie); });
   } catch (const ModelError &) {
     if (work.stopped() == PageWork::Stop::None)
       throw;

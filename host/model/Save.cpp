@@ -16,6 +16,7 @@
 
 #include "model/Document.h"
 #include "model/Engine.h"
+#include "model/UpdateXref.h"
 
 namespace folio::model {
 
@@ -271,8 +272,16 @@ pdf_document *writeChecked(DocumentImpl &src, bool incremental, int &fd, const s
   }
   opts.do_encrypt = PDF_ENCRYPT_KEEP;
   const char *tempPath = temp.c_str();
+  std::vector<PriorEntry> prior;
+  if (incremental)
+    engineCall(ctx, ModelErrorKind::SaveFailed, "cannot read the cross-reference table",
+               [&] { priorEntries(ctx, src.doc, prior); });
   engineCall(ctx, ModelErrorKind::SaveFailed, "cannot write",
              [&] { pdf_save_document(ctx, src.doc, tempPath, &opts); });
+  // The engine's table of an update that changed many pages would make
+  // every later read of the file slow (see UpdateXref.h).
+  if (incremental)
+    joinUpdateRuns(temp, prior);
   if (!syncPath(temp, false))
     throw ModelError(ModelErrorKind::SaveFailed, std::string("cannot flush (") + std::strerror(errno) + ")");
   // Read the new file back before it replaces anything. The engine repairs a
