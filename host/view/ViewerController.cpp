@@ -186,7 +186,7 @@ bool ViewerController::runCommand(const std::string &name)
 
 // ---- events -----------------------------------------------------------------------
 
-bool ViewerController::keyPress(const KeyPress &key)
+bool ViewerController::keyPress(const ViewerKey &key)
 {
   showActiveDocument();
   const FSInt16 ctrlAlt = kShortcutCtrl | kShortcutAlt;

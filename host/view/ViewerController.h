@@ -92,7 +92,7 @@ struct ViewerControllerOptions {
 };
 
 // A key press as a front end forwards it.
-struct KeyPress {
+struct ViewerKey {
   std::string name;   // the key's name (KeyBindings.h)
   char character = 0; // its character for menu shortcuts; 0: from the name
   FSInt16 flags = 0;  // shortcut flags held
@@ -129,7 +129,7 @@ public:
   // the key means nothing here (the front end gives it to the active tool).
   // A shortcut of a command the document's permissions disable says why in
   // a note.
-  bool keyPress(const KeyPress &key);
+  bool keyPress(const ViewerKey &key);
   // A wheel step: direction -1 up, +1 down. With Ctrl it zooms (up: in),
   // with Shift it scrolls sideways, else it scrolls down or up, and at the
   // end of the page goes on to the next page (its top) or the previous
