@@ -1,16 +1,13 @@
 // The Motif viewer: main window, page area, keys, status line, main loop.
 #include "motif/ViewerImpl.h"
 
-#include "core/Configuration.h"
 #include "motif/Dialogs.h"
 #include "motif/WindowNames.h"
 #include "platform/XSession.h"
 #include "view/DocWindow.h"
 #include "view/PageView.h"
-#include "view/StatusText.h"
 
 #include <X11/Xlib.h>
-#include <X11/keysym.h>
 #include <Xm/DrawingA.h>
 #include <Xm/FileSB.h>
 #include <Xm/Label.h>
