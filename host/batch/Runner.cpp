@@ -13,7 +13,6 @@
 #include "model/Budget.h"
 #include "model/CropHistory.h"
 #include "model/ModelError.h"
-#include "view/KeyBindings.h"
 #include "view/Menus.h"
 #include "view/StatusText.h"
 
@@ -359,15 +358,7 @@ bool Runner::key(const Step &s)
     k.flags |= view::kShortcutAlt;
   if (s.modifiers & ModCtrl)
     k.flags |= view::kShortcutCtrl;
-  // What the key runs, as the controller will find it: a menu shortcut
-  // (with Ctrl or Alt), else the key's binding.
-  view::MenuItem *item = nullptr;
-  if (k.flags & (view::kShortcutCtrl | view::kShortcutAlt))
-    item = view::findShortcutItem(app_.menuBar(), view::keyCharacter(k.name), k.flags);
-  if (!item) {
-    std::string name = controller_->keyBindings().lookup(k.name, k.flags);
-    item = name.empty() ? nullptr : controller_->command(name);
-  }
+  view::MenuItem *item = controller_->commandForKey(k);
   if (!item)
     return error(s.line, "no command is bound to the key " + quoted(s.text));
   if (!item->isEnabled())

@@ -66,9 +66,9 @@ struct ToolWidget {
 
 class ViewerPorts;
 
-struct Viewer::Impl : view::ApplicationListener {
+struct Viewer::Impl {
   Impl(view::Application &app, platform::XSession &session, const ViewerOptions &options);
-  ~Impl() override;
+  ~Impl();
 
   // ---- ViewerMain.cpp ----------------------------------------------------
   void buildWindow();
@@ -103,7 +103,6 @@ struct Viewer::Impl : view::ApplicationListener {
 
   // ---- ViewerMenus.cpp -----------------------------------------------------
   void addPreferences();
-  void addWindowMenu();
   void rebuildMenus();
   void buildPulldown(MenuWidgets &mw, view::Menu *menu, Widget parent);
   void refreshMenu(Widget pulldown);
@@ -113,12 +112,6 @@ struct Viewer::Impl : view::ApplicationListener {
   static void onCascading(Widget, XtPointer, XtPointer);
   static void onMenuItem(Widget, XtPointer, XtPointer);
   static void onToolButton(Widget, XtPointer, XtPointer);
-
-  // ---- ApplicationListener (ViewerMenus.cpp: the Window menu follows the
-  // open documents) ------------------------------------------------------------
-  void documentOpened(view::DocWindow &doc) override;
-  void documentClosing(view::DocWindow &doc) override;
-  void documentRetitled(view::DocWindow &doc) override;
 
   view::Application &app;
   platform::XSession &session;
@@ -150,9 +143,6 @@ struct Viewer::Impl : view::ApplicationListener {
   int toolListener = 0;
   bool menusDirty = true;
   bool toolBarDirty = true;
-  view::Menu *windowMenu = nullptr;
-  std::map<view::DocWindow *, view::MenuItem *> windowItems; // one per open document
-  int windowSerial = 0;
 
   bool quitting = false;
   bool inScrollUpdate = false;

@@ -139,9 +139,7 @@ Viewer::Impl::Impl(view::Application &a, platform::XSession &s, const ViewerOpti
   view::ViewerControllerOptions controllerOptions;
   controllerOptions.keepPreferences = true;
   controller = std::make_unique<view::ViewerController>(app, *ports, controllerOptions);
-  app.addListener(this);
   addPreferences();
-  addWindowMenu();
   buildWindow();
   menuListener = app.menuBar().addListener([this] { menusDirty = true; });
   toolListener = app.toolBar().addListener([this] { toolBarDirty = true; });
@@ -159,18 +157,13 @@ Viewer::Impl::~Impl()
 {
   app.menuBar().removeListener(menuListener);
   app.toolBar().removeListener(toolListener);
-  app.removeListener(this);
   // The application outlives the viewer: none of its items may call back
   // into it any more (the controller's own are made inert as it goes).
   controller.reset();
   app.setPorts({});
-  std::vector<view::MenuItem *> ours = windowMenu ? windowMenu->items() : std::vector<view::MenuItem *>{};
-  if (view::MenuItem *prefs = app.menuBar().findItem("Preferences"))
-    ours.push_back(prefs);
-  for (view::MenuItem *item : ours) {
-    item->setHostExecute([] {});
-    item->setHostEnabled([] { return false; });
-    item->setHostMarked([] { return false; });
+  if (view::MenuItem *prefs = app.menuBar().findItem("Preferences")) {
+    prefs->setHostExecute([] {});
+    prefs->setHostEnabled([] { return false; });
   }
   if (view::MenuItem *open = app.menuBar().findItem("Open"))
     open->setHostExecute([] {});

@@ -83,11 +83,16 @@ ViewerController::~ViewerController()
   app_.removeListener(this);
   // The menu bar outlives the controller: none of our items may call back
   // into it any more.
-  for (MenuItem *item : own_) {
+  std::vector<MenuItem *> items = own_;
+  for (const auto &entry : windowItems_)
+    items.push_back(entry.second);
+  for (MenuItem *item : items) {
     item->setHostExecute([] {});
     item->setHostEnabled([] { return false; });
     item->setHostMarked([] { return false; });
   }
+  for (MenuItem *item : own_)
+    item->release();
   if (hidden_)
     hidden_->release();
 }
@@ -99,7 +104,8 @@ MenuItem *ViewerController::addCommand(Menu *menu, const char *title, const char
   item->setHostExecute(std::move(fn));
   item->setHostEnabled([this] { return shownView() != nullptr; });
   menu->insert(item, kAppendIndex);
-  item->release(); // the menu holds it
+  // The menu holds it; so do we, so that it can be made inert when we go
+  // even if someone took it out of its menu.
   own_.push_back(item);
   return item;
 }
@@ -168,6 +174,62 @@ void ViewerController::buildCommands()
       at = static_cast<FSInt32>(i + 1);
   app_.menuBar().addMenu(viewMenu_, at);
   viewMenu_->release(); // the bar holds it
+  buildWindowMenu();
+}
+
+// ---- the Window menu --------------------------------------------------------------
+
+void ViewerController::buildWindowMenu()
+{
+  windowMenu_ = Menu::create("&Window", "Window");
+  const auto &bar = app_.menuBar().menus();
+  FSInt32 index = kAppendIndex;
+  for (size_t i = 0; i < bar.size(); i++)
+    if (bar[i]->name() == "Help")
+      index = static_cast<FSInt32>(i);
+  app_.menuBar().addMenu(windowMenu_, index);
+  windowMenu_->release(); // the bar holds it
+  // Documents opened before the controller was made.
+  for (const auto &doc : app_.documents())
+    documentOpened(*doc);
+}
+
+MenuItem *ViewerController::addWindowItem(DocWindow &doc, const std::string &name, FSInt32 index)
+{
+  std::string title;
+  for (char ch : doc.title()) {
+    if (ch == '&')
+      title += '&'; // a literal '&', not a mnemonic
+    title += ch;
+  }
+  DocWindow *d = &doc;
+  MenuItem *item = MenuItem::create(title, name, nullptr, false, 0, 0);
+  item->setHostExecute([this, d] { app_.setActiveDocument(d); });
+  item->setHostMarked([this, d] { return app_.activeDocument() == d; });
+  windowMenu_->insert(item, index);
+  item->release(); // the menu holds it
+  windowItems_[d] = item;
+  return item;
+}
+
+void ViewerController::documentOpened(DocWindow &doc)
+{
+  if (windowMenu_ && !windowItems_.count(&doc))
+    addWindowItem(doc, "Window:" + std::to_string(++windowSerial_), kAppendIndex);
+}
+
+void ViewerController::documentRetitled(DocWindow &doc)
+{
+  // The item is made again under the new title, in its place.
+  auto it = windowItems_.find(&doc);
+  if (it == windowItems_.end() || !windowMenu_)
+    return;
+  FSInt32 index = windowMenu_->indexOf(it->second);
+  std::string name = it->second->name();
+  MenuItem *old = it->second;
+  windowItems_.erase(it);
+  old->removeFromMenu(); // frees it: nobody else holds it
+  addWindowItem(doc, name, index);
 }
 
 MenuItem *ViewerController::command(const std::string &name) const
@@ -189,28 +251,37 @@ bool ViewerController::runCommand(const std::string &name)
 bool ViewerController::keyPress(const ViewerKey &key)
 {
   showActiveDocument();
-  const FSInt16 ctrlAlt = kShortcutCtrl | kShortcutAlt;
   // Menu shortcuts first: one command table for menus and keys.
-  if (key.flags & ctrlAlt) {
-    char c = key.character ? key.character : keyCharacter(key.name);
-    if (MenuItem *item = findShortcutItem(app_.menuBar(), c, key.flags)) {
-      guardRun(
-          [&] {
-            // A shortcut to a command that the document's permissions
-            // disable says why nothing happens.
-            if (!item->runAsUser() && editForbidden(shown_))
-              app_.note(kModifyForbiddenNote);
-          },
-          [this](const std::string &message) { app_.note(message); });
-      app_.endOpenProgress();
-      return true;
-    }
+  if (MenuItem *item = shortcutItem(key)) {
+    guardRun(
+        [&] {
+          // A shortcut to a command that the document's permissions
+          // disable says why nothing happens.
+          if (!item->runAsUser() && editForbidden(shown_))
+            app_.note(kModifyForbiddenNote);
+        },
+        [this](const std::string &message) { app_.note(message); });
+    app_.endOpenProgress();
+    return true;
   }
   std::string name = keys_.lookup(key.name, key.flags);
-  if (name.empty())
-    return false;
-  MenuItem *item = command(name);
+  MenuItem *item = name.empty() ? nullptr : command(name);
   return item && item->runAsUser();
+}
+
+MenuItem *ViewerController::shortcutItem(const ViewerKey &key) const
+{
+  if (!(key.flags & (kShortcutCtrl | kShortcutAlt)))
+    return nullptr;
+  return findShortcutItem(app_.menuBar(), key.character ? key.character : keyCharacter(key.name), key.flags);
+}
+
+MenuItem *ViewerController::commandForKey(const ViewerKey &key) const
+{
+  if (MenuItem *item = shortcutItem(key))
+    return item;
+  std::string name = keys_.lookup(key.name, key.flags);
+  return name.empty() ? nullptr : command(name);
 }
 
 void ViewerController::wheel(int direction, FSInt16 flags)
@@ -328,6 +399,12 @@ void ViewerController::documentClosing(DocWindow &doc)
 {
   if (&doc == shown_)
     shown_ = nullptr;
+  auto it = windowItems_.find(&doc);
+  if (it != windowItems_.end()) {
+    MenuItem *item = it->second;
+    windowItems_.erase(it);
+    item->removeFromMenu(); // frees it: nobody else holds it
+  }
 }
 
 void ViewerController::showDocument(DocWindow *doc)

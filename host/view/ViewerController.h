@@ -15,6 +15,10 @@
 //     "PreviousPage" (Ctrl+P), "FirstPage", "LastPage", "GoToPage" (Ctrl+G),
 //     "ShowCroppedPages" (a check item), and the submenu "Units" with the
 //     radio items "Units:points", "Units:millimetres", "Units:inches";
+//   the "Window" menu, added before "Help" (title "&Window"): one item per
+//     open document, "Window:1", "Window:2", ... in the order they were
+//     opened, titled with the document's title and marked while it is the
+//     active one; choosing one makes that document active;
 //   commands outside the menus (keys and scripts only): "ScrollUp",
 //     "ScrollDown", "ScrollLeft", "ScrollRight" (kScrollStep pixels).
 // Each is enabled while a document is shown, except the units and Show
@@ -32,6 +36,7 @@
 // Not thread-safe: the user-interface thread only.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -121,6 +126,7 @@ public:
   // no such command or it is disabled.
   bool runCommand(const std::string &name);
   Menu *viewMenu() const { return viewMenu_; }
+  Menu *windowMenu() const { return windowMenu_; }
   KeyBindings &keyBindings() { return keys_; }
 
   // ---- events --------------------------------------------------------------
@@ -130,6 +136,9 @@ public:
   // A shortcut of a command the document's permissions disable says why in
   // a note.
   bool keyPress(const ViewerKey &key);
+  // The command keyPress() would run for `key` (a menu shortcut, else the
+  // key's binding); null when none. It may be disabled.
+  MenuItem *commandForKey(const ViewerKey &key) const;
   // A wheel step: direction -1 up, +1 down. With Ctrl it zooms (up: in),
   // with Shift it scrolls sideways, else it scrolls down or up, and at the
   // end of the page goes on to the next page (its top) or the previous
@@ -204,8 +213,14 @@ public:
   static double fitPageZoom(double pageWidth, double pageHeight, const ViewportSize &viewport);
 
 private:
+  MenuItem *shortcutItem(const ViewerKey &key) const;
+  void documentOpened(DocWindow &doc) override;
   void documentClosing(DocWindow &doc) override;
+  void documentRetitled(DocWindow &doc) override;
   void buildCommands();
+  void buildWindowMenu();
+  // A Window menu item for `doc` named `name`, inserted at `index`.
+  MenuItem *addWindowItem(DocWindow &doc, const std::string &name, FSInt32 index);
   void showDocument(DocWindow *doc);
   MenuItem *addCommand(Menu *menu, const char *title, const char *name, char key, FSInt16 flags,
                        std::function<void()> fn);
@@ -214,9 +229,12 @@ private:
   ViewerPort &port_;
   ViewerControllerOptions options_;
   KeyBindings keys_;
-  Menu *viewMenu_ = nullptr; // held by the menu bar
-  Menu *hidden_ = nullptr;   // the commands outside the menus; ours
-  std::vector<MenuItem *> own_;
+  Menu *viewMenu_ = nullptr;                      // held by the menu bar
+  Menu *hidden_ = nullptr;                        // the commands outside the menus; ours
+  std::vector<MenuItem *> own_;                   // our commands, each holding a reference of ours
+  Menu *windowMenu_ = nullptr;                    // held by the menu bar
+  std::map<DocWindow *, MenuItem *> windowItems_; // one per open document
+  int windowSerial_ = 0;
   DocWindow *shown_ = nullptr;
   ViewportSize viewport_;
   int shownPageWidth_ = 0, shownPageHeight_ = 0;

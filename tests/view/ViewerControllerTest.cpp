@@ -414,6 +414,11 @@ TEST_F(ViewController, KeysRunTheirBoundCommandsAndShortcutsTheMenuItems)
   EXPECT_EQ(view().zoomPercent(), 75);
   EXPECT_TRUE(ctl->keyPress({"plus", '=', kShortcutCtrl}));
   EXPECT_EQ(view().zoomPercent(), 100);
+  // What a key would run, without running it.
+  EXPECT_EQ(ctl->commandForKey({"KP_Next", 0, 0}), ctl->command("NextPage"));
+  EXPECT_EQ(ctl->commandForKey({"g", 0, kShortcutCtrl}), ctl->command("GoToPage"));
+  EXPECT_EQ(ctl->commandForKey({"F13", 0, 0}), nullptr);
+  EXPECT_EQ(view().zoomPercent(), 100);
   // Keys that mean nothing here go on to the tool.
   EXPECT_FALSE(ctl->keyPress({"x", 0, 0}));
   EXPECT_FALSE(ctl->keyPress({"Next", 0, kShortcutCtrl}));
@@ -532,4 +537,60 @@ TEST_F(ViewController, ShowingAnotherDocumentGivesItTheViewportAndRedrawsIt)
   EXPECT_EQ(b.pageView().deviceWidth(), 400);
   EXPECT_GT(port.pageChanges, changes);
   EXPECT_EQ(port.title, "b.pdf - Folio");
+}
+
+// ---- the Window menu ------------------------------------------------------------------------
+
+TEST_F(ViewController, TheWindowMenuListsTheOpenDocumentsAndShowsTheOneChosen)
+{
+  start();
+  Menu *window = app.menuBar().findMenu("Window");
+  ASSERT_NE(window, nullptr);
+  ASSERT_EQ(window, ctl->windowMenu());
+  const auto &menus = app.menuBar().menus();
+  ASSERT_GE(menus.size(), 2u);
+  EXPECT_EQ(menus[menus.size() - 2], window) << "just before Help";
+  EXPECT_EQ(menus.back()->name(), "Help");
+  EXPECT_EQ(window->count(), 0);
+
+  DocWindow &a = open(letters(1), "a&b.pdf");
+  DocWindow &b = open(letters(2), "c.pdf");
+  ASSERT_EQ(window->count(), 2);
+  EXPECT_EQ(window->items()[0]->name(), "Window:1");
+  EXPECT_EQ(window->items()[0]->title(), "a&&b.pdf") << "a literal '&', not a mnemonic";
+  EXPECT_EQ(window->items()[1]->name(), "Window:2");
+  EXPECT_TRUE(ctl->command("Window:2")->isMarked());
+  EXPECT_FALSE(ctl->command("Window:1")->isMarked());
+
+  ASSERT_TRUE(ctl->runCommand("Window:1"));
+  EXPECT_EQ(app.activeDocument(), &a);
+  ctl->sync();
+  EXPECT_EQ(ctl->shownDocument(), &a);
+  EXPECT_EQ(port.title, "a&b.pdf - Folio");
+
+  // Saved under another name: the item follows, in its place.
+  std::string renamed = viewtest::tempPath("renamed.pdf");
+  ASSERT_TRUE(app.saveDocument(a, renamed));
+  ASSERT_EQ(window->count(), 2);
+  EXPECT_EQ(window->items()[0]->name(), "Window:1");
+  EXPECT_EQ(window->items()[0]->title(), "renamed.pdf");
+
+  app.closeDocument(&a, true);
+  ASSERT_EQ(window->count(), 1);
+  EXPECT_EQ(window->items()[0]->name(), "Window:2");
+  open(letters(1), "d.pdf");
+  EXPECT_EQ(window->items()[1]->name(), "Window:3") << "names are not used again";
+  (void)b;
+}
+
+TEST_F(ViewController, DocumentsOpenBeforeTheControllerAreListed)
+{
+  app.setPorts(ports.ports());
+  app.openDocument(viewtest::makePdf("early.pdf", letters(1)));
+  ctl = std::make_unique<ViewerController>(app, port);
+  Menu *window = ctl->windowMenu();
+  ASSERT_EQ(window->count(), 1);
+  EXPECT_EQ(window->items()[0]->title(), "early.pdf");
+  ctl->sync();
+  EXPECT_EQ(port.title, "early.pdf - Folio");
 }
