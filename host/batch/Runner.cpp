@@ -6,12 +6,14 @@
 #include <cmath>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <sstream>
 
 #include "core/Guard.h"
 #include "model/Budget.h"
 #include "model/CropHistory.h"
 #include "model/ModelError.h"
+#include "view/Menus.h"
 #include "view/StatusText.h"
 
 namespace folio::batch {
@@ -115,10 +117,13 @@ Runner::Runner(view::Application &app, std::ostream &out, std::ostream &err, std
   p.drag = this;
   p.modifiers = this;
   app_.setPorts(p);
+  view::ViewerPort &port = *this;
+  controller_ = std::make_unique<view::ViewerController>(app_, port);
 }
 
 Runner::~Runner()
 {
+  controller_.reset();
   app_.setPorts(savedPorts_);
 }
 
@@ -221,7 +226,8 @@ bool Runner::step(const Step &s)
           [&](const std::string &message) { error(s.line, "cannot show the page: " + message); }))
     return false;
   // Queued answers belong to the action that follows them.
-  if (s.op == Op::Menu || s.op == Op::Button || s.op == Op::Drag || s.op == Op::Click || s.op == Op::Revert)
+  if (s.op == Op::Menu || s.op == Op::Key || s.op == Op::Button || s.op == Op::Drag || s.op == Op::Click ||
+      s.op == Op::Revert)
     dropUnusedAnswers();
   return !failed_;
 }
@@ -237,6 +243,8 @@ bool Runner::perform(const Step &s)
     return zoom(s);
   case Op::Menu:
     return menu(s);
+  case Op::Key:
+    return key(s);
   case Op::Button:
     return button(s);
   case Op::Drag:
@@ -328,12 +336,35 @@ bool Runner::zoom(const Step &s)
 
 bool Runner::menu(const Step &s)
 {
-  view::MenuItem *item = app_.menuBar().findItem(s.text);
+  // The viewer's commands (View menu, keys) and every menu item, by name.
+  controller_->showActiveDocument();
+  view::MenuItem *item = controller_->command(s.text);
   if (!item)
     return error(s.line, "no menu item named " + quoted(s.text));
   if (!item->isEnabled())
     return error(s.line, "menu item " + quoted(s.text) + " is disabled" + whyDisabled());
   item->execute();
+  return !failed_;
+}
+
+bool Runner::key(const Step &s)
+{
+  controller_->showActiveDocument();
+  view::ViewerKey k;
+  k.name = s.text;
+  if (s.modifiers & ModShift)
+    k.flags |= view::kShortcutShift;
+  if (s.modifiers & ModAlt)
+    k.flags |= view::kShortcutAlt;
+  if (s.modifiers & ModCtrl)
+    k.flags |= view::kShortcutCtrl;
+  view::MenuItem *item = controller_->commandForKey(k);
+  if (!item)
+    return error(s.line, "no command is bound to the key " + quoted(s.text));
+  if (!item->isEnabled())
+    return error(s.line, "the key " + quoted(s.text) + " runs " + quoted(item->name()) +
+                             ", which is disabled" + whyDisabled());
+  controller_->keyPress(k);
   return !failed_;
 }
 
@@ -735,6 +766,31 @@ std::optional<std::string> Runner::askPassword(const std::string &, int attempt)
   if (!havePassword_)
     return std::nullopt;
   return password_;
+}
+
+std::optional<int> Runner::askPageNumber(int pageCount)
+{
+  const std::string shown = "question: Go to page (1 - " + std::to_string(pageCount) + ")";
+  if (failed_)
+    return std::nullopt;
+  if (answers_.empty()) {
+    out_ << shown << " -> (no answer)\n";
+    error(currentLine_,
+          "unanswered question \"Go to page\"; queue the page number with \"answer N\" before it");
+    return std::nullopt;
+  }
+  Answer a = answers_.front();
+  answers_.pop_front();
+  char *end = nullptr;
+  long n = std::strtol(a.label.c_str(), &end, 10);
+  if (a.label.empty() || *end != '\0' || n < 1 || n > pageCount) {
+    out_ << shown << " -> (no such page)\n";
+    error(a.line,
+          "answer " + quoted(a.label) + " is not a page number from 1 to " + std::to_string(pageCount));
+    return std::nullopt;
+  }
+  out_ << shown << " -> " << n << "\n";
+  return int(n);
 }
 
 std::optional<std::string> Runner::givenPassword(const std::string &)

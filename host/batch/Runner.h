@@ -1,11 +1,16 @@
 // Runner.h: replays a script of user actions against the view application,
 // answering its questions from the script. It implements the view layer's
 // ports for the batch front end (alerts, passwords, progress, cancel, drag
-// loops, modifiers).
+// loops, modifiers), and runs the viewer's commands (View menu, keys) through
+// a view::ViewerController of its own, as the viewer does. It has no window:
+// the page view keeps the page's own size and is not scrolled, so Fit Width
+// and Fit Page are disabled; Go To Page takes its number from the next
+// queued answer.
 //
 // Output (the stable format tests and shell pipelines read), on `out`:
 //   note: TEXT                                   a note (FVAlertNote)
 //   question: TEXT [B1|B2|B3] -> LABEL           a question and the answer taken
+//   question: Go to page (1 - N) -> N            Go To Page's question and its answer
 //   confirm: TEXT -> yes|no                      a confirmation and its answer
 //   cancel: poll N answers true                  a cancel-at (or Ctrl-C) firing
 //   unused answer: LABEL (line N)                queued answers an action did not take
@@ -38,6 +43,7 @@
 
 #include "batch/Script.h"
 #include "view/Application.h"
+#include "view/ViewerController.h"
 
 namespace folio::batch {
 
@@ -46,7 +52,8 @@ class Runner : private view::AlertPort,
                private view::CancelPort,
                private view::DragPort,
                private view::ModifierPort,
-               private view::PasswordPort {
+               private view::PasswordPort,
+               private view::ViewerPort {
 public:
   // `name` is what error messages call the script ("script.txt", "-",
   // "--run"). `progressBar`: draw a progress bar on `err` (a terminal).
@@ -88,6 +95,7 @@ private:
   bool goToPage(const Step &s);
   bool zoom(const Step &s);
   bool menu(const Step &s);
+  bool key(const Step &s);
   bool button(const Step &s);
   bool pointer(const Step &s);
   bool save(const Step &s);
@@ -119,6 +127,13 @@ private:
   // PasswordPort
   std::optional<std::string> askPassword(const std::string &path, int attempt) override;
   std::optional<std::string> givenPassword(const std::string &path) override;
+  // ViewerPort: no window, nothing to show; the page number from the answers.
+  view::ViewportSize viewportSize() override { return {}; }
+  void scrollTo(const view::ScrollState &) override {}
+  void requestRedraw(bool) override {}
+  void setStatus(const std::string &) override {}
+  void setTitle(const std::string &) override {}
+  std::optional<int> askPageNumber(int pageCount) override;
   // ": why" when a disabled command is disabled by the document's
   // permissions; empty otherwise.
   std::string whyDisabled();
@@ -136,6 +151,7 @@ private:
 
   view::Application &app_;
   view::Ports savedPorts_;
+  std::unique_ptr<view::ViewerController> controller_;
   std::ostream &out_;
   std::ostream &err_;
   std::string name_;

@@ -23,6 +23,7 @@ constexpr OpEntry kOps[] = {
     {"save", Op::Save},         {"revert", Op::Revert},
     {"snapshot", Op::Snapshot}, {"show-boxes", Op::ShowBoxes},
     {"undo", Op::Undo},         {"redo", Op::Redo},
+    {"key", Op::Key},
 };
 
 std::string quoted(std::string_view s)
@@ -258,6 +259,30 @@ bool parseLine(std::string_view text, int line, Step &out, bool &hasStep, ParseE
       return false;
     step.text = words[1];
     break;
+  case Op::Key: {
+    if (!arity(1, 1, "key [ctrl+|shift+|alt+...]NAME"))
+      return false;
+    // Modifiers joined to the key's name by '+', as "ctrl+minus".
+    std::string rest = words[1];
+    for (size_t plus = rest.find('+'); plus != std::string::npos && plus + 1 < rest.size();
+         plus = rest.find('+')) {
+      const std::string mod = rest.substr(0, plus);
+      if (mod == "ctrl")
+        step.modifiers |= ModCtrl;
+      else if (mod == "shift")
+        step.modifiers |= ModShift;
+      else if (mod == "alt")
+        step.modifiers |= ModAlt;
+      else
+        return fail(error, line,
+                    "bad modifier " + quoted(mod) + " in " + quoted(words[1]) + " (ctrl, shift or alt)");
+      rest = rest.substr(plus + 1);
+    }
+    if (rest.empty() || rest.find('+') != std::string::npos)
+      return fail(error, line, "bad key " + quoted(words[1]) + " (a key name such as Next, Home or minus)");
+    step.text = rest;
+    break;
+  }
   case Op::Drag: {
     if (args < 4)
       return fail(error, line, "usage: drag X1 Y1 X2 Y2 [ctrl|shift|alt...]");

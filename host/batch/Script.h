@@ -5,7 +5,10 @@
 //   open PATH [PASSWORD]     open a document (it becomes the active one)
 //   page N                   go to page N (1-based)
 //   zoom PERCENT             set the zoom of the page view
-//   menu NAME                execute a menu item by its name
+//   menu NAME                execute a menu item or viewer command by its name
+//                            (FitWidth, NextPage, GoToPage, ScrollDown, ...)
+//   key [MODS+]NAME          press a key of the viewer: "Next", "Home",
+//                            "ctrl+minus" (the command bound to it runs)
 //   button NAME              execute a tool bar button by its name
 //   drag X1 Y1 X2 Y2 [MODS]  press at (X1,Y1), release at (X2,Y2), page points
 //   click X Y [MODS]         press and release at one point, page points
@@ -19,7 +22,7 @@
 //   snapshot PATH.png        write the page view's frame as a PNG
 //   show-boxes               print every page's boxes and rotation
 //
-// MODS are any of ctrl, shift, alt. Words are separated by blanks; a word
+// MODS are any of ctrl, shift, alt (joined to a key's name by '+'). Words are separated by blanks; a word
 // may be written in double quotes to hold blanks ("QUIL:Page Shear"), with
 // \" and \\ inside. A '#' outside quotes starts a comment. Blank lines and
 // comment lines are skipped. Line numbers are 1-based, as a user counts.
@@ -49,6 +52,7 @@ enum class Op {
   ShowBoxes,
   Undo,
   Redo,
+  Key,
 };
 
 // Modifier keys held during a drag or click (a set of these bits).
@@ -58,12 +62,12 @@ enum Modifier : unsigned { ModShift = 1u, ModCtrl = 2u, ModAlt = 4u };
 struct Step {
   int line = 0; // 1-based line of the script (or item of a --run list)
   Op op = Op::ShowBoxes;
-  std::string text;                      // open/save/snapshot: path; menu/button: name; answer: label
+  std::string text;                      // open/save/snapshot: path; menu/button/key: name; answer: label
   std::string password;                  // open: optional password
   bool hasText = false;                  // save: a path was given
   long number = 0;                       // page (1-based), zoom (percent), cancel-at (poll count)
   double x1 = 0, y1 = 0, x2 = 0, y2 = 0; // drag: both points; click: the first, in page points
-  unsigned modifiers = 0;                // drag/click: Modifier bits
+  unsigned modifiers = 0;                // drag/click/key: Modifier bits
   bool yes = false;                      // confirm: yes
 };
 

@@ -1,7 +1,9 @@
 // ViewerImpl.h: the inside of the Motif viewer (MotifViewer.h), shared by
-// its source files: ViewerMain.cpp (window, page area, keys, main loop),
-// ViewerMenus.cpp (menu bar and tool bar mirrored from the view layer's
-// models) and ViewerPorts.cpp (the view layer's ports).
+// its source files: ViewerMain.cpp (window, page area, event forwarding, main
+// loop), ViewerMenus.cpp (menu bar and tool bar mirrored from the view
+// layer's models) and ViewerPorts.cpp (the view layer's ports). What to show
+// and how to navigate is the view layer's ViewerController: the widgets here
+// forward their events to it and show what it asks for.
 //
 // Device space of the shown page view is the drawing area's window space:
 // the view's frame has the area's size, so a pixel (x, y) of the frame is
@@ -15,6 +17,7 @@
 #include "motif/ProgressDialog.h"
 #include "view/Application.h"
 #include "view/Ports.h"
+#include "view/ViewerController.h"
 
 #include <Xm/Xm.h>
 
@@ -22,6 +25,7 @@
 #include <exception>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -62,39 +66,30 @@ struct ToolWidget {
 
 class ViewerPorts;
 
-struct Viewer::Impl : view::ApplicationListener {
+struct Viewer::Impl {
   Impl(view::Application &app, platform::XSession &session, const ViewerOptions &options);
-  ~Impl() override;
+  ~Impl();
 
   // ---- ViewerMain.cpp ----------------------------------------------------
   void buildWindow();
   int run(const std::vector<std::string> &files);
   // Brings widgets up to date with the model after each event.
   void sync();
+  // The page view in the page area (the controller's), or null.
   view::PageView *shownView() const;
   // Redraws what the shown view has invalid, timing it.
   void redrawPending();
   void presentArea(view::PageView &view, const FVRect &area);
-  void showDocument(view::DocWindow *doc);
-  void fitScroll(bool centre);
-  void updateScrollBars();
-  void updateStatus();
+  // Shows the controller's scroll in the scroll bars.
+  void updateScrollBars(const view::ScrollState &state);
   // Shows `text` on the status line now (also while a drag loop runs); its
   // window carries "status: TEXT" as its name.
   void showStatus(const std::string &text);
-  void updateTitle();
-  // View > Units and View > Show Cropped Pages: set, remember in the config
-  // file, show.
-  void setUnits(view::Unit unit);
-  void setShowCropped(bool on);
+  void showTitle(const std::string &title);
+  // Forwards a key to the controller, then to the active tool; true when
+  // the key was taken.
   bool handleKey(XEvent &ev);
-  void scrollBy(int dx, int dy);
-  void goToPage(int n);
-  void setZoom(double percent);
-  void zoomStep(int direction);
-  void fitWidth();
-  void fitPage();
-  void askGoToPage();
+  std::optional<int> askPageNumber(int pageCount);
   void askPreferences();
   void openFile();
   void saveAs();
@@ -107,24 +102,16 @@ struct Viewer::Impl : view::ApplicationListener {
   static void onScroll(Widget, XtPointer, XtPointer);
 
   // ---- ViewerMenus.cpp -----------------------------------------------------
-  void addViewMenu();
-  void addWindowMenu();
+  void addPreferences();
   void rebuildMenus();
   void buildPulldown(MenuWidgets &mw, view::Menu *menu, Widget parent);
   void refreshMenu(Widget pulldown);
   void rebuildToolBar();
   void refreshToolBar();
-  bool runShortcut(char key, FSInt16 flags);
   void nameMenuWindows();
   static void onCascading(Widget, XtPointer, XtPointer);
   static void onMenuItem(Widget, XtPointer, XtPointer);
   static void onToolButton(Widget, XtPointer, XtPointer);
-
-  // ---- ApplicationListener (ViewerMenus.cpp: the Window menu follows the
-  // open documents; the active one is picked up by sync()) ----------------
-  void documentOpened(view::DocWindow &doc) override;
-  void documentClosing(view::DocWindow &doc) override;
-  void documentRetitled(view::DocWindow &doc) override;
 
   view::Application &app;
   platform::XSession &session;
@@ -143,6 +130,8 @@ struct Viewer::Impl : view::ApplicationListener {
   std::unique_ptr<FramePresenter> presenter;
   std::unique_ptr<ProgressDialog> progress;
   std::unique_ptr<ViewerPorts> ports;
+  // The viewing policy: zoom, pages, scrolling, keys, status and title.
+  std::unique_ptr<view::ViewerController> controller;
 
   std::vector<std::unique_ptr<MenuWidgets>> menus;
   std::map<Widget, MenuWidgets *> pulldowns;
@@ -154,25 +143,11 @@ struct Viewer::Impl : view::ApplicationListener {
   int toolListener = 0;
   bool menusDirty = true;
   bool toolBarDirty = true;
-  view::Menu *viewMenu = nullptr;
-  view::Menu *windowMenu = nullptr;
-  view::Menu *unitsMenu = nullptr;                           // a radio group: one unit is marked
-  std::map<view::DocWindow *, view::MenuItem *> windowItems; // one per open document
-  int windowSerial = 0;
 
-  view::DocWindow *shown = nullptr;
-  int areaWidth = 0;
-  int areaHeight = 0;
-  // The shown page's device size at the last sync: when it changes (a crop
-  // while showing cropped pages), the scroll is fitted again.
-  int shownPageWidth = 0;
-  int shownPageHeight = 0;
   bool quitting = false;
   bool inScrollUpdate = false;
   std::string lastStatus;
   std::string lastTitle;
-  Time lastClickTime = 0;
-  int lastClickX = -100, lastClickY = -100, clickCount = 0;
   // The key state of the press being handled: what the tool asks for is the
   // modifiers held at the click, not whatever is held when it gets to ask.
   bool inClick = false;
@@ -184,7 +159,8 @@ struct Viewer::Impl : view::ApplicationListener {
 };
 
 // The view layer's ports, implemented with the viewer's widgets.
-class ViewerPorts : public view::AlertPort,
+class ViewerPorts : public view::ViewerPort,
+                    public view::AlertPort,
                     public view::ProgressPort,
                     public view::CancelPort,
                     public view::DragPort,
@@ -212,6 +188,13 @@ public:
   FVCursor standardCursor(FSInt32 cursorID) override;
   void present(view::PageView &view, const FVRect &area) override;
   std::optional<std::string> askPassword(const std::string &path, int attempt) override;
+  // The controller's port.
+  view::ViewportSize viewportSize() override;
+  void scrollTo(const view::ScrollState &state) override;
+  void requestRedraw(bool pageChange) override;
+  void setStatus(const std::string &text) override;
+  void setTitle(const std::string &title) override;
+  std::optional<int> askPageNumber(int pageCount) override;
 
 private:
   DragContext dragContext(view::PageView &view, const FVRect *extrema);
@@ -226,11 +209,6 @@ template <class Fn> bool guarded(view::Application &app, Fn &&fn)
 {
   return guardRun(std::forward<Fn>(fn), [&app](const std::string &message) { app.note(message); });
 }
-
-// What a refused command says on a document whose permissions forbid
-// modifying it.
-inline constexpr const char *kModifyForbiddenNote =
-    "The document does not allow changes (its permissions forbid modifying it).";
 
 // The modifier word of the view layer from an X key/button state.
 FSInt32 modifierWord(unsigned int state);

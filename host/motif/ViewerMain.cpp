@@ -1,16 +1,13 @@
 // The Motif viewer: main window, page area, keys, status line, main loop.
 #include "motif/ViewerImpl.h"
 
-#include "core/Configuration.h"
 #include "motif/Dialogs.h"
 #include "motif/WindowNames.h"
 #include "platform/XSession.h"
 #include "view/DocWindow.h"
 #include "view/PageView.h"
-#include "view/StatusText.h"
 
 #include <X11/Xlib.h>
-#include <X11/keysym.h>
 #include <Xm/DrawingA.h>
 #include <Xm/FileSB.h>
 #include <Xm/Label.h>
@@ -40,9 +37,6 @@ double msSince(Clock::time_point t0)
 {
   return std::chrono::duration<double, std::milli>(Clock::now() - t0).count();
 }
-
-const double kZoomSteps[] = {10,  25,  33.33, 50,  66.67, 75,   100,  125,  150,
-                             200, 300, 400,   600, 800,   1200, 1600, 3200, 6400};
 
 double cpuMs()
 {
@@ -141,13 +135,11 @@ Viewer::Impl::Impl(view::Application &a, platform::XSession &s, const ViewerOpti
   progress = std::make_unique<ProgressDialog>(shell);
   ports = std::make_unique<ViewerPorts>(*this);
   app.setPorts(ports->ports());
-  // The viewing preferences kept in the config file.
-  if (auto unit = view::parseUnit(configuration().preference("units")))
-    app.setUnits(*unit);
-  app.setShowCroppedPages(configuration().preference("show-cropped-pages") == "yes");
-  app.addListener(this);
-  addViewMenu();
-  addWindowMenu();
+  // The viewing preferences are kept in the config file.
+  view::ViewerControllerOptions controllerOptions;
+  controllerOptions.keepPreferences = true;
+  controller = std::make_unique<view::ViewerController>(app, *ports, controllerOptions);
+  addPreferences();
   buildWindow();
   menuListener = app.menuBar().addListener([this] { menusDirty = true; });
   toolListener = app.toolBar().addListener([this] { toolBarDirty = true; });
@@ -165,16 +157,14 @@ Viewer::Impl::~Impl()
 {
   app.menuBar().removeListener(menuListener);
   app.toolBar().removeListener(toolListener);
-  app.removeListener(this);
-  app.setPorts({});
   // The application outlives the viewer: none of its items may call back
-  // into it any more.
-  for (view::Menu *m : {viewMenu, windowMenu})
-    for (view::MenuItem *item : m ? m->items() : std::vector<view::MenuItem *>{}) {
-      item->setHostExecute([] {});
-      item->setHostEnabled([] { return false; });
-      item->setHostMarked([] { return false; });
-    }
+  // into it any more (the controller's own are made inert as it goes).
+  controller.reset();
+  app.setPorts({});
+  if (view::MenuItem *prefs = app.menuBar().findItem("Preferences")) {
+    prefs->setHostExecute([] {});
+    prefs->setHostEnabled([] { return false; });
+  }
   if (view::MenuItem *open = app.menuBar().findItem("Open"))
     open->setHostExecute([] {});
   if (view::MenuItem *saveAsItem = app.menuBar().findItem("SaveAs"))
@@ -250,6 +240,7 @@ void Viewer::Impl::buildWindow()
   nameWindow(area, "page view");
   nameMenuWindows();
   refreshToolBar();
+  controller->viewportChanged();
 }
 
 // ---- the main loop ------------------------------------------------------------------------
@@ -305,37 +296,25 @@ void Viewer::Impl::sync()
     XtUnmanageChild(toolBar);
     XtManageChild(toolBar);
   }
-  // The active document may have changed behind our back (Revert closes and
-  // reopens it).
-  view::DocWindow *active = app.activeDocument();
-  if (active != shown)
-    showDocument(active);
-  if (view::PageView *v = shownView()) {
-    // Showing cropped pages, a crop changes the page's size on screen.
-    if (v->pageDeviceWidth() != shownPageWidth || v->pageDeviceHeight() != shownPageHeight) {
-      shownPageWidth = v->pageDeviceWidth();
-      shownPageHeight = v->pageDeviceHeight();
-      fitScroll(false);
-      v->invalidateAll();
-    }
-  }
+  // The controller catches up with the application (the active document,
+  // the page's size) and gives the scroll, status and title to show.
+  controller->sync();
   redrawPending();
   refreshToolBar();
-  updateScrollBars();
-  updateStatus();
-  updateTitle();
+  redrawPending();
+  refreshToolBar();
   XFlush(display);
 }
 
 view::PageView *Viewer::Impl::shownView() const
 {
-  return shown ? &shown->pageView() : nullptr;
+  return controller ? controller->shownView() : nullptr;
 }
 
 void Viewer::Impl::redrawPending()
 {
   view::PageView *v = shownView();
-  if (!v || areaWidth <= 0 || areaHeight <= 0)
+  if (!v || controller->viewport().empty())
     return;
   FVRect dirty;
   if (!v->invalidArea(dirty))
@@ -364,49 +343,14 @@ void Viewer::Impl::redrawPending()
   pageChangePending = false;
 }
 
-// ---- documents ----------------------------------------------------------------------------
+// ---- what the controller asks for ------------------------------------------------------
 
-void Viewer::Impl::showDocument(view::DocWindow *doc)
+void Viewer::Impl::updateScrollBars(const view::ScrollState &state)
 {
-  shown = doc;
-  view::PageView *v = shownView();
-  if (!v) {
-    // Nothing to show: a plain grey area.
-    if (XtIsRealized(area))
-      XClearWindow(display, XtWindow(area));
-    return;
-  }
-  v->setDeviceSize(areaWidth, areaHeight);
-  fitScroll(true);
-  v->invalidateAll();
-  pageChangePending = true;
-}
-
-void Viewer::Impl::fitScroll(bool centre)
-{
-  view::PageView *v = shownView();
-  if (!v)
-    return;
-  int contentW = v->pageDeviceWidth() + 2 * view::kPageMargin;
-  int contentH = v->pageDeviceHeight() + 2 * view::kPageMargin;
-  auto fit = [](int scroll, int content, int window, bool centreIt) {
-    if (content <= window)
-      return -(window - content) / 2; // centred
-    if (centreIt)
-      return 0;
-    return std::clamp(scroll, 0, content - window);
-  };
-  int x = fit(v->scrollX(), contentW, areaWidth, false);
-  int y = fit(v->scrollY(), contentH, areaHeight, centre);
-  v->setScroll(x, y);
-}
-
-void Viewer::Impl::updateScrollBars()
-{
-  view::PageView *v = shownView();
+  bool shown = shownView() != nullptr;
   inScrollUpdate = true;
   auto set = [&](Widget sb, int content, int window, int scroll) {
-    if (!v || content <= window) {
+    if (!shown || content <= window) {
       XtVaSetValues(sb, XmNminimum, 0, XmNmaximum, 1, XmNsliderSize, 1, XmNvalue, 0, NULL);
       XtSetSensitive(sb, False);
       return;
@@ -420,24 +364,9 @@ void Viewer::Impl::updateScrollBars()
     }
     XtSetSensitive(sb, True);
   };
-  int cw = v ? v->pageDeviceWidth() + 2 * view::kPageMargin : 0;
-  int ch = v ? v->pageDeviceHeight() + 2 * view::kPageMargin : 0;
-  set(hScroll, cw, areaWidth, v ? v->scrollX() : 0);
-  set(vScroll, ch, areaHeight, v ? v->scrollY() : 0);
+  set(hScroll, state.contentWidth, state.viewportWidth, state.x);
+  set(vScroll, state.contentHeight, state.viewportHeight, state.y);
   inScrollUpdate = false;
-}
-
-void Viewer::Impl::updateStatus()
-{
-  std::string text = "No document";
-  if (view::PageView *v = shownView()) {
-    text =
-        view::pageStatus(v->pageNumber(), v->pageCount(), v->zoomPercent(), v->page().cropBox(), app.units());
-    // Why the crop commands are disabled on such a document.
-    if ((shown->document().permissions() & pdPermEdit) == 0)
-      text += "     Changes not allowed: the document's permissions forbid modifying it";
-  }
-  showStatus(text);
 }
 
 void Viewer::Impl::showStatus(const std::string &text)
@@ -451,139 +380,19 @@ void Viewer::Impl::showStatus(const std::string &text)
   nameWindow(status, ("status: " + text).c_str());
 }
 
-void Viewer::Impl::setUnits(view::Unit unit)
+void Viewer::Impl::showTitle(const std::string &title)
 {
-  app.setUnits(unit);
-  configuration().storePreference("units", view::unitName(unit));
-  updateStatus();
-}
-
-void Viewer::Impl::setShowCropped(bool on)
-{
-  app.setShowCroppedPages(on);
-  configuration().storePreference("show-cropped-pages", on ? "yes" : "no");
-  if (view::PageView *v = shownView()) {
-    shownPageWidth = v->pageDeviceWidth();
-    shownPageHeight = v->pageDeviceHeight();
-    fitScroll(true);
-    v->invalidateAll();
-    pageChangePending = true;
-  }
-}
-
-void Viewer::Impl::updateTitle()
-{
-  std::string title = "Folio";
-  if (shown) {
-    title = shown->title();
-    if (shown->document().flags() & PDDocNeedsSave)
-      title += " *";
-    title += " - Folio";
-  }
   if (title == lastTitle)
     return;
   lastTitle = title;
   XtVaSetValues(shell, XmNtitle, title.c_str(), NULL);
 }
 
-// ---- navigation -----------------------------------------------------------------------------
-
-void Viewer::Impl::goToPage(int n)
+std::optional<int> Viewer::Impl::askPageNumber(int pageCount)
 {
-  view::PageView *v = shownView();
-  if (!v || n < 0 || n >= v->pageCount() || n == v->pageNumber())
-    return;
-  double cpu0 = cpuMs();
-  auto t0 = Clock::now();
-  v->goToPage(n);
-  fitScroll(true);
-  v->invalidateAll();
-  v->drawNow();
-  if (options.redrawStats) {
-    XSync(display, False);
-    stats.pageChangeMs.push_back(msSince(t0));
-    stats.pageChangeCpuMs.push_back(cpuMs() - cpu0);
-  }
-}
-
-void Viewer::Impl::setZoom(double percent)
-{
-  view::PageView *v = shownView();
-  if (!v)
-    return;
-  // Keep the centre of the window where it is on the page.
-  double cx = (v->scrollX() + areaWidth / 2.0) / v->scale();
-  double cy = (v->scrollY() + areaHeight / 2.0) / v->scale();
-  v->setZoomPercent(percent);
-  v->setScroll(static_cast<int>(std::lround(cx * v->scale() - areaWidth / 2.0)),
-               static_cast<int>(std::lround(cy * v->scale() - areaHeight / 2.0)));
-  fitScroll(false);
-  v->invalidateAll();
-  pageChangePending = true;
-}
-
-void Viewer::Impl::zoomStep(int direction)
-{
-  view::PageView *v = shownView();
-  if (!v)
-    return;
-  double z = v->zoomPercent();
-  double next = z;
-  if (direction > 0) {
-    for (double s : kZoomSteps)
-      if (s > z + 0.01) {
-        next = s;
-        break;
-      }
-  } else {
-    for (double s : kZoomSteps)
-      if (s < z - 0.01)
-        next = s;
-  }
-  setZoom(next);
-}
-
-void Viewer::Impl::fitWidth()
-{
-  view::PageView *v = shownView();
-  if (!v || v->scale() <= 0)
-    return;
-  double pageW = v->pageDeviceWidth() / v->scale();
-  if (pageW > 0)
-    setZoom(std::floor((areaWidth - 2 * view::kPageMargin) / pageW * 10000) / 100);
-}
-
-void Viewer::Impl::fitPage()
-{
-  view::PageView *v = shownView();
-  if (!v || v->scale() <= 0)
-    return;
-  double pageW = v->pageDeviceWidth() / v->scale();
-  double pageH = v->pageDeviceHeight() / v->scale();
-  if (pageW > 0 && pageH > 0) {
-    double z =
-        std::min((areaWidth - 2 * view::kPageMargin) / pageW, (areaHeight - 2 * view::kPageMargin) / pageH);
-    setZoom(std::floor(z * 10000) / 100);
-  }
-}
-
-void Viewer::Impl::scrollBy(int dx, int dy)
-{
-  view::PageView *v = shownView();
-  if (!v)
-    return;
-  v->setScroll(v->scrollX() + dx, v->scrollY() + dy);
-  fitScroll(false);
-}
-
-void Viewer::Impl::askGoToPage()
-{
-  view::PageView *v = shownView();
-  if (!v)
-    return;
   Widget dialog = XmCreatePromptDialog(shell, const_cast<char *>("goto"), nullptr, 0);
   char prompt[64];
-  std::snprintf(prompt, sizeof prompt, "Go to page (1 - %d):", v->pageCount());
+  std::snprintf(prompt, sizeof prompt, "Go to page (1 - %d):", pageCount);
   XmString p = XmStringCreateLocalized(prompt);
   XmString t = XmStringCreateLocalized(const_cast<char *>("Go To Page"));
   XtVaSetValues(dialog, XmNselectionLabelString, p, XmNdialogTitle, t, XmNdialogStyle,
@@ -612,11 +421,9 @@ void Viewer::Impl::askGoToPage()
     XtFree(s);
   }
   XtDestroyWidget(XtParent(dialog));
-  if (state.done == 1) {
-    int n = std::atoi(value.c_str());
-    if (n >= 1 && n <= v->pageCount())
-      goToPage(n - 1);
-  }
+  if (state.done != 1)
+    return std::nullopt;
+  return std::atoi(value.c_str());
 }
 
 // ---- files ------------------------------------------------------------------------------------
@@ -632,7 +439,7 @@ std::string Viewer::Impl::askFileName(const std::string &title, bool forSave)
   XmStringFree(t);
   XmStringFree(pattern);
   XtUnmanageChild(XmFileSelectionBoxGetChild(dialog, XmDIALOG_HELP_BUTTON));
-  if (forSave && shown) {
+  if (view::DocWindow *shown = controller->shownDocument(); forSave && shown) {
     XmString sel = XmStringCreateLocalized(const_cast<char *>(shown->document().path().c_str()));
     XtVaSetValues(dialog, XmNdirSpec, sel, NULL);
     XmStringFree(sel);
@@ -721,53 +528,17 @@ bool Viewer::Impl::handleKey(XEvent &ev)
   }
   KeySym sym = XLookupKeysym(&ev.xkey, 0);
   FSInt16 flags = shortcutFlags(ev.xkey.state);
-  // Menu shortcuts first: one command table for menus and keys.
-  if ((flags & (view::kShortcutCtrl | view::kShortcutAlt)) && sym < 0x100 && sym > 0x20) {
-    if (runShortcut(static_cast<char>(sym), flags))
-      return true;
-  }
-  view::PageView *v = shownView();
-  if (!v || (flags & (view::kShortcutCtrl | view::kShortcutAlt)))
+  // The controller's table: menu shortcuts (with Ctrl or Alt), then the
+  // keys bound to commands.
+  view::ViewerKey key;
+  if (const char *name = XKeysymToString(sym))
+    key.name = name;
+  key.character = sym > 0x20 && sym < 0x100 ? static_cast<char>(sym) : 0;
+  key.flags = flags;
+  if (controller->keyPress(key))
+    return true;
+  if (!shownView() || (flags & (view::kShortcutCtrl | view::kShortcutAlt)))
     return false;
-  switch (sym) {
-  case XK_Next:
-  case XK_KP_Next:
-    goToPage(v->pageNumber() + 1);
-    return true;
-  case XK_Prior:
-  case XK_KP_Prior:
-    goToPage(v->pageNumber() - 1);
-    return true;
-  case XK_Home:
-    goToPage(0);
-    return true;
-  case XK_End:
-    goToPage(v->pageCount() - 1);
-    return true;
-  case XK_Down:
-    scrollBy(0, 40);
-    return true;
-  case XK_Up:
-    scrollBy(0, -40);
-    return true;
-  case XK_Right:
-    scrollBy(40, 0);
-    return true;
-  case XK_Left:
-    scrollBy(-40, 0);
-    return true;
-  case XK_plus:
-  case XK_equal:
-  case XK_KP_Add:
-    zoomStep(+1);
-    return true;
-  case XK_minus:
-  case XK_KP_Subtract:
-    zoomStep(-1);
-    return true;
-  default:
-    break;
-  }
   if (ev.xkey.window == XtWindow(area)) {
     guarded(app, [&] {
       app.toolKeyDown(static_cast<FSUns16>(sym), static_cast<FSInt16>(modifierWord(ev.xkey.state)));
@@ -788,51 +559,16 @@ void Viewer::Impl::onInput(Widget, XtPointer client, XEvent *ev, Boolean *)
     if (ev->type == ButtonPress) {
       unsigned int b = ev->xbutton.button;
       if (b == Button4 || b == Button5) {
-        int dir = b == Button4 ? -1 : 1;
-        if (ev->xbutton.state & ControlMask) {
-          self->zoomStep(-dir);
-        } else if (ev->xbutton.state & ShiftMask) {
-          self->scrollBy(dir * 48, 0);
-        } else {
-          int before = v->scrollY();
-          self->scrollBy(0, dir * 48);
-          // At the end of a page the wheel goes on to the next one.
-          if (v->scrollY() == before) {
-            int n = v->pageNumber() + dir;
-            if (n >= 0 && n < v->pageCount()) {
-              self->goToPage(n);
-              if (dir < 0) {
-                v->setScroll(v->scrollX(), 1 << 14);
-                self->fitScroll(false);
-              }
-            }
-          }
-        }
+        self->controller->wheel(b == Button4 ? -1 : 1, shortcutFlags(ev->xbutton.state));
         return;
       }
       if (b != Button1)
         return;
-      // Click counting: a second press close in time and place is a double click.
-      if (ev->xbutton.time - self->lastClickTime < 400 && std::abs(ev->xbutton.x - self->lastClickX) < 4 &&
-          std::abs(ev->xbutton.y - self->lastClickY) < 4)
-        self->clickCount++;
-      else
-        self->clickCount = 1;
-      self->lastClickTime = ev->xbutton.time;
-      self->lastClickX = ev->xbutton.x;
-      self->lastClickY = ev->xbutton.y;
       self->inClick = true;
       self->clickState = ev->xbutton.state;
-      guarded(self->app, [&] {
-        self->app.toolClick(*v, static_cast<FSInt16>(ev->xbutton.x), static_cast<FSInt16>(ev->xbutton.y),
-                            static_cast<FSInt16>(modifierWord(ev->xbutton.state)),
-                            static_cast<FSInt16>(self->clickCount));
-      });
-      self->app.endOpenProgress();
+      self->controller->click(ev->xbutton.x, ev->xbutton.y,
+                              static_cast<FSInt16>(modifierWord(ev->xbutton.state)), ev->xbutton.time);
       self->inClick = false;
-      // The tool may have scrolled (the hand tool): keep the scroll in range.
-      if (self->shownView() == v)
-        self->fitScroll(false);
       return;
     }
     if (ev->type == MotionNotify || ev->type == EnterNotify) {
@@ -855,7 +591,8 @@ void Viewer::Impl::onExpose(Widget, XtPointer client, XtPointer call)
       return;
     const XExposeEvent &e = cbs->event->xexpose;
     const view::Frame &f = v->frame();
-    if (f.width != self->areaWidth || f.height != self->areaHeight) {
+    view::ViewportSize size = self->controller->viewport();
+    if (f.width != size.width || f.height != size.height) {
       v->invalidateAll();
       self->redrawPending();
       return;
@@ -867,23 +604,11 @@ void Viewer::Impl::onExpose(Widget, XtPointer client, XtPointer call)
   });
 }
 
-void Viewer::Impl::onResize(Widget w, XtPointer client, XtPointer)
+void Viewer::Impl::onResize(Widget, XtPointer client, XtPointer)
 {
   auto *self = static_cast<Impl *>(client);
   // Nothing may unwind into the toolkit.
-  guarded(self->app, [&] {
-    Dimension width = 0, height = 0;
-    XtVaGetValues(w, XmNwidth, &width, XmNheight, &height, NULL);
-    if (width == self->areaWidth && height == self->areaHeight)
-      return;
-    self->areaWidth = width;
-    self->areaHeight = height;
-    if (view::PageView *v = self->shownView()) {
-      v->setDeviceSize(width, height);
-      self->fitScroll(false);
-      v->invalidateAll();
-    }
-  });
+  guarded(self->app, [&] { self->controller->viewportChanged(); });
 }
 
 void Viewer::Impl::onScroll(Widget w, XtPointer client, XtPointer call)
@@ -898,10 +623,9 @@ void Viewer::Impl::onScroll(Widget w, XtPointer client, XtPointer call)
       return;
     auto *cbs = static_cast<XmScrollBarCallbackStruct *>(call);
     if (w == self->hScroll)
-      v->setScroll(cbs->value, v->scrollY());
+      self->controller->scrollBarMoved(cbs->value, v->scrollY());
     else
-      v->setScroll(v->scrollX(), cbs->value);
-    self->redrawPending();
+      self->controller->scrollBarMoved(v->scrollX(), cbs->value);
   });
 }
 

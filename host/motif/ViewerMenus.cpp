@@ -22,9 +22,7 @@
 #include <Xm/ToggleB.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
-#include <functional>
 
 namespace folio::motif {
 
@@ -105,73 +103,16 @@ std::vector<std::unique_ptr<ButtonRef>> gButtonRefs;
 
 } // namespace
 
-// ---- the viewer's own View menu ------------------------------------------------------
+// ---- the viewer's additions to the menus --------------------------------------------
 
-void Viewer::Impl::addViewMenu()
+// View > Preferences... after the controller's View commands: it needs a
+// dialog of its own.
+void Viewer::Impl::addPreferences()
 {
-  using view::MenuItem;
-  viewMenu = view::Menu::create("&View", "View");
-  auto add = [&](const char *title, const char *name, char key, FSInt16 flags, std::function<void()> fn) {
-    MenuItem *item = MenuItem::create(title, name, nullptr, false, key, flags);
-    item->setHostExecute(std::move(fn));
-    item->setHostEnabled([this] { return shownView() != nullptr; });
-    viewMenu->insert(item, view::kAppendIndex);
-    item->release(); // the menu holds it
-  };
-  add("Zoom &In", "ZoomIn", '=', view::kShortcutCtrl, [this] { zoomStep(+1); });
-  add("Zoom &Out", "ZoomOut", '-', view::kShortcutCtrl, [this] { zoomStep(-1); });
-  add("&Actual Size", "ActualSize", '1', view::kShortcutCtrl, [this] { setZoom(100.0); });
-  add("Fit &Width", "FitWidth", '2', view::kShortcutCtrl, [this] { fitWidth(); });
-  add("Fit &Page", "FitPage", '0', view::kShortcutCtrl, [this] { fitPage(); });
-  add("&Next Page", "NextPage", 'N', view::kShortcutCtrl, [this] {
-    if (auto *v = shownView())
-      goToPage(v->pageNumber() + 1);
-  });
-  add("P&revious Page", "PreviousPage", 'P', view::kShortcutCtrl, [this] {
-    if (auto *v = shownView())
-      goToPage(v->pageNumber() - 1);
-  });
-  add("&First Page", "FirstPage", 0, 0, [this] { goToPage(0); });
-  add("&Last Page", "LastPage", 0, 0, [this] {
-    if (auto *v = shownView())
-      goToPage(v->pageCount() - 1);
-  });
-  add("&Go To Page...", "GoToPage", 'G', view::kShortcutCtrl, [this] { askGoToPage(); });
-
-  // Show Cropped Pages: a check item; Units: a radio group of three.
-  MenuItem *cropped = MenuItem::create("Show &Cropped Pages", "ShowCroppedPages", nullptr, false, 0, 0);
-  cropped->setHostExecute([this] { setShowCropped(!app.showCroppedPages()); });
-  cropped->setHostMarked([this] { return app.showCroppedPages(); });
-  viewMenu->insert(cropped, view::kAppendIndex);
-  cropped->release();
-  unitsMenu = view::Menu::create("&Units", "Units");
-  const std::pair<const char *, view::Unit> units[] = {{"&Points", view::Unit::Points},
-                                                       {"&Millimetres", view::Unit::Millimetres},
-                                                       {"&Inches", view::Unit::Inches}};
-  for (const auto &[title, unit] : units) {
-    view::Unit u = unit;
-    MenuItem *item = MenuItem::create(title, std::string("Units:") + view::unitName(u), nullptr, false, 0, 0);
-    item->setHostExecute([this, u] { setUnits(u); });
-    item->setHostMarked([this, u] { return app.units() == u; });
-    unitsMenu->insert(item, view::kAppendIndex);
-    item->release();
-  }
-  MenuItem *unitsItem = MenuItem::create("&Units", "Units", unitsMenu);
-  unitsMenu->release(); // the item holds it
-  viewMenu->insert(unitsItem, view::kAppendIndex);
-  unitsItem->release();
-  MenuItem *prefs = MenuItem::create("Pr&eferences...", "Preferences");
+  view::MenuItem *prefs = view::MenuItem::create("Pr&eferences...", "Preferences");
   prefs->setHostExecute([this] { askPreferences(); });
-  viewMenu->insert(prefs, view::kAppendIndex);
+  controller->viewMenu()->insert(prefs, view::kAppendIndex);
   prefs->release(); // the menu holds it
-  // After File and Edit.
-  const auto &bar = app.menuBar().menus();
-  FSInt32 at = 1;
-  for (size_t i = 0; i < bar.size(); i++)
-    if (bar[i]->name() == "Edit")
-      at = static_cast<FSInt32>(i + 1);
-  app.menuBar().addMenu(viewMenu, at);
-  viewMenu->release(); // the bar holds it
 }
 
 // View > Preferences...: the margin around bounding boxes, kept in the config
@@ -193,76 +134,6 @@ void Viewer::Impl::askPreferences()
       return;
     }
     showNote(shell, "Preferences", "The margin is a number of points from 0 to 1000, not \"" + value + "\".");
-  }
-}
-
-// The Window menu: one item per open document, the active one marked;
-// choosing one shows that document.
-void Viewer::Impl::addWindowMenu()
-{
-  windowMenu = view::Menu::create("&Window", "Window");
-  const auto &bar = app.menuBar().menus();
-  FSInt32 index = view::kAppendIndex;
-  for (size_t i = 0; i < bar.size(); i++)
-    if (bar[i]->name() == "Help")
-      index = static_cast<FSInt32>(i);
-  app.menuBar().addMenu(windowMenu, index);
-  windowMenu->release(); // the bar holds it
-}
-
-void Viewer::Impl::documentOpened(view::DocWindow &doc)
-{
-  if (!windowMenu)
-    return;
-  std::string title;
-  for (char ch : doc.title()) {
-    if (ch == '&')
-      title += '&'; // a literal '&', not a mnemonic
-    title += ch;
-  }
-  view::DocWindow *d = &doc;
-  view::MenuItem *item =
-      view::MenuItem::create(title, "Window:" + std::to_string(++windowSerial), nullptr, false, 0, 0);
-  item->setHostExecute([this, d] { app.setActiveDocument(d); });
-  item->setHostMarked([this, d] { return app.activeDocument() == d; });
-  windowMenu->insert(item, view::kAppendIndex);
-  item->release(); // the menu holds it
-  windowItems[d] = item;
-}
-
-void Viewer::Impl::documentRetitled(view::DocWindow &doc)
-{
-  // The Window menu's item is made again under the new title, in its place.
-  auto it = windowItems.find(&doc);
-  if (it == windowItems.end() || !windowMenu)
-    return;
-  const auto &items = windowMenu->items();
-  FSInt32 index = static_cast<FSInt32>(std::find(items.begin(), items.end(), it->second) - items.begin());
-  std::string name = it->second->name();
-  std::string title;
-  for (char ch : doc.title()) {
-    if (ch == '&')
-      title += '&';
-    title += ch;
-  }
-  it->second->removeFromMenu();
-  view::DocWindow *d = &doc;
-  view::MenuItem *item = view::MenuItem::create(title, name, nullptr, false, 0, 0);
-  item->setHostExecute([this, d] { app.setActiveDocument(d); });
-  item->setHostMarked([this, d] { return app.activeDocument() == d; });
-  windowMenu->insert(item, index);
-  item->release();
-  it->second = item;
-}
-
-void Viewer::Impl::documentClosing(view::DocWindow &doc)
-{
-  if (&doc == shown)
-    shown = nullptr;
-  auto it = windowItems.find(&doc);
-  if (it != windowItems.end()) {
-    it->second->removeFromMenu(); // frees it: nobody else holds it
-    windowItems.erase(it);
   }
 }
 
@@ -293,7 +164,8 @@ void Viewer::Impl::buildPulldown(MenuWidgets &mw, view::Menu *menu, Widget paren
       std::string accel = view::shortcutLabel(item->shortcut(), item->shortcutFlags());
       XmString accelText = xmString(accel);
       // The items of a radio group show a diamond, the others a check box.
-      bool radio = menu == unitsMenu;
+      view::MenuItem *units = controller->viewMenu()->findItem("Units");
+      bool radio = units && menu == units->submenu();
       w = XtVaCreateManagedWidget(wname.c_str(), xmToggleButtonWidgetClass, mw.pulldown, XmNlabelString, text,
                                   XmNacceleratorText, accelText, XmNvisibleWhenOff, radio ? True : False,
                                   XmNindicatorType, radio ? XmONE_OF_MANY : XmN_OF_MANY, NULL);
@@ -431,47 +303,6 @@ void Viewer::Impl::onMenuItem(Widget, XtPointer client, XtPointer)
     self->app.endOpenProgress();
     self->refreshToolBar();
   });
-}
-
-static bool findShortcut(view::Menu *menu, char key, FSInt16 flags, view::MenuItem *&found)
-{
-  for (view::MenuItem *item : menu->items()) {
-    if (item->submenu()) {
-      if (findShortcut(item->submenu(), key, flags, found))
-        return true;
-      continue;
-    }
-    const FSInt16 mods = view::kShortcutCtrl | view::kShortcutAlt | view::kShortcutShift;
-    auto matches = [&](char s, FSInt16 f) {
-      return s &&
-             std::toupper(static_cast<unsigned char>(s)) == std::toupper(static_cast<unsigned char>(key)) &&
-             (f & mods) == flags;
-    };
-    if (matches(item->shortcut(), item->shortcutFlags()) ||
-        matches(item->altShortcut(), item->altShortcutFlags())) {
-      found = item;
-      return true;
-    }
-  }
-  return false;
-}
-
-bool Viewer::Impl::runShortcut(char key, FSInt16 flags)
-{
-  view::MenuItem *found = nullptr;
-  for (view::Menu *menu : app.menuBar().menus())
-    if (findShortcut(menu, key, flags, found))
-      break;
-  if (!found)
-    return false;
-  guarded(app, [&] {
-    // A shortcut to a command that the document's permissions disable says
-    // why nothing happens.
-    if (!found->runAsUser() && shown && (shown->document().permissions() & pdPermEdit) == 0)
-      app.note(kModifyForbiddenNote);
-    app.endOpenProgress();
-  });
-  return true;
 }
 
 // ---- tool bar -----------------------------------------------------------------------------

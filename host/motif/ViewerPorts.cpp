@@ -253,3 +253,51 @@ void Viewer::Impl::presentArea(view::PageView &view, const FVRect &a)
 }
 
 } // namespace folio::motif
+
+namespace folio::motif {
+
+// ---- the controller's port -------------------------------------------------------------
+
+view::ViewportSize ViewerPorts::viewportSize()
+{
+  if (!v_.area)
+    return {};
+  Dimension width = 0, height = 0;
+  XtVaGetValues(v_.area, XmNwidth, &width, XmNheight, &height, NULL);
+  return {width, height};
+}
+
+void ViewerPorts::scrollTo(const view::ScrollState &state)
+{
+  v_.updateScrollBars(state);
+}
+
+void ViewerPorts::requestRedraw(bool pageChange)
+{
+  if (!v_.shownView()) {
+    // Nothing to show: a plain grey area.
+    if (v_.area && XtIsRealized(v_.area))
+      XClearWindow(v_.display, XtWindow(v_.area));
+    return;
+  }
+  if (pageChange)
+    v_.pageChangePending = true;
+  v_.redrawPending();
+}
+
+void ViewerPorts::setStatus(const std::string &text)
+{
+  v_.showStatus(text);
+}
+
+void ViewerPorts::setTitle(const std::string &title)
+{
+  v_.showTitle(title);
+}
+
+std::optional<int> ViewerPorts::askPageNumber(int pageCount)
+{
+  return v_.askPageNumber(pageCount);
+}
+
+} // namespace folio::motif

@@ -285,3 +285,21 @@ TEST(BatchScript, UnknownLongCommandGivesAShortMessage)
   ParseError e = bad(std::string(100000, 'q'));
   EXPECT_EQ(e.message, "unknown command \"" + std::string(64, 'q') + "...\"");
 }
+
+TEST(BatchScript, KeyTakesANameWithItsModifiers)
+{
+  Step s = one("key Next");
+  EXPECT_EQ(s.op, Op::Key);
+  EXPECT_EQ(s.text, "Next");
+  EXPECT_EQ(s.modifiers, 0u);
+  s = one("key ctrl+shift+minus");
+  EXPECT_EQ(s.text, "minus");
+  EXPECT_EQ(s.modifiers, unsigned(ModCtrl | ModShift));
+  s = one("key alt+a");
+  EXPECT_EQ(s.text, "a");
+  EXPECT_EQ(s.modifiers, unsigned(ModAlt));
+  EXPECT_EQ(bad("key").message, "usage: key [ctrl+|shift+|alt+...]NAME");
+  EXPECT_EQ(bad("key Next Prior").message, "usage: key [ctrl+|shift+|alt+...]NAME");
+  EXPECT_EQ(bad("key meta+x").message, "bad modifier \"meta\" in \"meta+x\" (ctrl, shift or alt)");
+  EXPECT_EQ(bad("key ctrl+").message, "bad key \"ctrl+\" (a key name such as Next, Home or minus)");
+}

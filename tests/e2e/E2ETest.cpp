@@ -974,3 +974,23 @@ TEST_F(E2E, ADamagedPageTreeEndsWithAMessageNeverAnAbort)
   EXPECT_TRUE(contains(s.err, "folio: --reset-media-box:")) << lastRun;
   EXPECT_EQ(e2e::readFile(path("cycle.pdf")), pdf); // the input is as it was
 }
+
+// The viewer's navigation commands in a script: Go To Page takes its number
+// from an answer, a key turns back a page, and the plug-in's crop of the
+// current page lands on the page they went to.
+TEST_F(E2E, ViewerCommandsAndKeysChooseThePageTheCropGoesTo)
+{
+  write("in.pdf", {page(), page(), page(), page()});
+  RunResult r = script("open " + path("in.pdf") +
+                       "\nanswer 3\nmenu GoToPage\nkey Prior\nbutton QUIL:PageShear\ndrag 72 720 540 72\n"
+                       "answer Current\nclick 306 396\nsave " +
+                       path("out.pdf") + "\n");
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  EXPECT_TRUE(contains(r.out, "question: Go to page (1 - 4) -> 3\n")) << lastRun;
+  auto b = boxes(path("out.pdf"), 4);
+  ASSERT_EQ(b.size(), 4u);
+  EXPECT_FALSE(b[0].hasCropBox);
+  EXPECT_BOX(b[1].crop, 72, 72, 540, 720);
+  EXPECT_FALSE(b[2].hasCropBox);
+  EXPECT_FALSE(b[3].hasCropBox);
+}

@@ -1038,8 +1038,13 @@ TEST_F(GuiViewer, ShowCroppedPagesShowsOnlyTheCropBoxAndARegionDrawnThereLandsRi
   std::remove((config + "/folio/folio.conf").c_str()); // left by an earlier run
   startFolio(pdf, {"XDG_CONFIG_HOME=" + config});
   int l, t, r, b;
-  // Off: the media box with the outside of the crop box dimmed.
-  ASSERT_TRUE(paperBounds(shot(), l, t, r, b));
+  // Off: the media box with the outside of the crop box dimmed (waiting for
+  // the first page to be drawn: on a loaded machine it may take a while).
+  ASSERT_TRUE(paperBounds(shotUntil([&](const guitest::Snapshot &x) {
+                            int l2, t2, r2, b2;
+                            return paperBounds(x, l2, t2, r2, b2);
+                          }),
+                          l, t, r, b));
   EXPECT_EQ(r - l + 1, 300);
   chooseMenu({"View", "ShowCroppedPages"});
   guitest::Snapshot s = shotUntil([&](const guitest::Snapshot &x) {
