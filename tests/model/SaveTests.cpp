@@ -445,7 +445,7 @@ TEST_F(ModelSave, IncrementalSaveOfEveryPageOfAFileWithObjectStreams)
   std::vector<pdfgen::PageSpec> pages(n, rectPage());
   std::string plain = write("plain.pdf", pages);
   std::string p = path("packed.pdf");
-  ASSERT_EQ(run("qpdf --object-streams=generate '" + plain + "' '" + p + "'"), 0);
+  ASSERT_EQ(run({"qpdf", "--object-streams=generate", plain, p}), 0);
   std::string before = readFile(p);
   {
     auto doc = Document::open(p);
