@@ -71,7 +71,7 @@ void Session::flushDisplay()
 void Session::registerTables()
 {
   TableRegistry &registry = tableRegistry();
-  coreTable(); // "Core" and "Obj", in the process-wide registry
+  tables::coreTable(); // "Core" and "Obj", in the process-wide registry
   auto add = [&](const char *name, FSUns32 version, std::vector<FSProc> entries) {
     tables_.push_back(std::move(entries));
     const std::vector<FSProc> &t = tables_.back();
@@ -89,7 +89,7 @@ bool Session::loadPlugins(std::ostream &report)
   Configuration &config = configuration();
   for (const std::string &w : config.warnings())
     report << "config: " << batch::escapeControlBytes(w) << "\n";
-  loader_ = std::make_unique<PluginLoader>(coreTable());
+  loader_ = std::make_unique<PluginLoader>(tables::coreTable());
   loader_->loadAll(config.pluginSources());
   bool allOk = true;
   for (const LoadRecord &r : loader_->report()) {

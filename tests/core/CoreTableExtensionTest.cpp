@@ -31,7 +31,7 @@ class CoreTable : public ::testing::Test {
 protected:
   void SetUp() override
   {
-    gCoreHFT = folio::coreTable();
+    gCoreHFT = folio::tables::coreTable();
     gCoreVersion = HANDSHAKE_V0200;
   }
 };
