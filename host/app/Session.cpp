@@ -16,9 +16,9 @@
 #include "model/BBoxMargin.h"
 #include "platform/XSession.h"
 #include "tables/CoreTable.h"
+#include "tables/FolioSupportTable.h"
 #include "tables/FolioViewTable.h"
 #include "tables/PDModelTable.h"
-#include "tables/SupportTable.h"
 #include "tables/UnixTable.h"
 #include "view/Application.h"
 

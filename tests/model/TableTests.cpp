@@ -4,14 +4,43 @@
 // it defines below.
 #include "ModelTestSupport.h"
 
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <stdexcept>
 
 #include "folio/FolioSupportHFT.h"
 #include "folio/PDModelHFT.h"
 #include "model/ModelHandles.h"
+#include "tables/FolioSupportTable.h"
 #include "tables/PDModelTable.h"
-#include "tables/SupportTable.h"
+
+// The replaceable allocation functions of this test program, so that a test
+// can make operator new throw (FailingAllocations); otherwise the standard
+// behaviour.
+namespace {
+thread_local bool tFailNew = false;
+}
+void *operator new(std::size_t size)
+{
+  if (tFailNew)
+    throw std::bad_alloc();
+  if (void *p = std::malloc(size ? size : 1))
+    return p;
+  throw std::bad_alloc();
+}
+// The pair of the malloc above; GCC cannot see that the two belong together.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
+void operator delete(void *p) noexcept
+{
+  std::free(p);
+}
+void operator delete(void *p, std::size_t) noexcept
+{
+  std::free(p);
+}
 
 HFT gFolioSupportHFT = nullptr;
 FSUns32 gFolioSupportVersion = 0;
@@ -23,6 +52,14 @@ using namespace folio::model;
 using namespace folio::modeltest;
 
 namespace {
+
+// While one of these lives, every allocation with operator new on this thread
+// throws std::bad_alloc: how the tests make an entry's work fail (see the
+// replacement operator new above).
+struct FailingAllocations {
+  FailingAllocations() { tFailNew = true; }
+  ~FailingAllocations() { tFailNew = false; }
+};
 
 class ModelTables : public ModelTest {
 protected:
@@ -139,6 +176,31 @@ TEST_F(ModelTables, PathNameOfTheDocumentsFile)
   PathName::release(fromFSPathName(name));
   EXPECT_EQ(FSFileAcquirePathName(nullptr), nullptr);
   EXPECT_STREQ(pathNameString(nullptr), "");
+}
+
+TEST_F(ModelTables, AFileHandleThatIsNoLiveFileGivesNull)
+{
+  // FSFileAcquirePathName documents null for a null or stale handle.
+  EXPECT_EQ(FSFileAcquirePathName(nullptr), nullptr);
+  int notAFile = 0;
+  EXPECT_EQ(FSFileAcquirePathName(reinterpret_cast<FSFile>(&notAFile)), nullptr);
+  auto doc = Document::open(write("doc.pdf", {rectPage()}));
+  FSFile file = PDDocGetFile(toPDDoc(doc.get()));
+  ASSERT_NE(file, nullptr);
+  doc.reset(); // the file goes with its document
+  EXPECT_EQ(FSFileAcquirePathName(file), nullptr);
+}
+
+TEST_F(ModelTables, AcquiringAPathNameThatCannotBeMadeGivesNull)
+{
+  auto doc = Document::open(write("doc.pdf", {rectPage()}));
+  FSFile file = PDDocGetFile(toPDDoc(doc.get()));
+  FSPathName name = nullptr;
+  {
+    FailingAllocations failing; // the path name's allocation throws
+    name = FSFileAcquirePathName(file);
+  }
+  EXPECT_EQ(name, nullptr);
 }
 
 TEST_F(ModelTables, DocumentAndPageEntriesAnswerAsTheModel)
