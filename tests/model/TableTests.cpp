@@ -304,24 +304,81 @@ TEST_F(ModelTables, AnOwnerPasswordGivenForAFileThatOpensWithoutOneGrantsEveryPe
   EXPECT_EQ(PDDocGetPermissions(toPDDoc(full.get())), static_cast<FSUns32>(pdPermAll));
 }
 
-TEST_F(ModelTables, NullHandlesGiveTheFailureResults)
+// Every PDModel entry, given handles that are no live document and page,
+// answers the failure result written beside its prototype.
+void expectFailureResults(PDDoc doc, PDPage page)
 {
-  EXPECT_EQ(PDDocGetNumPages(nullptr), 0);
-  EXPECT_EQ(PDDocGetFlags(nullptr), 0);
-  EXPECT_EQ(PDDocGetFile(nullptr), nullptr);
-  EXPECT_EQ(PDDocGetPermissions(nullptr), 0u);
-  EXPECT_EQ(PDDocAcquirePage(nullptr, 0), nullptr);
-  EXPECT_EQ(PDPageGetRotate(nullptr), 0);
+  const FixedRect zero{0, 0, 0, 0};
+  EXPECT_EQ(PDDocGetFlags(doc), 0);
+  EXPECT_EQ(PDDocGetFile(doc), nullptr);
+  EXPECT_EQ(PDDocGetNumPages(doc), 0);
+  EXPECT_EQ(PDDocAcquirePage(doc, 0), nullptr);
+  EXPECT_EQ(PDDocGetPermissions(doc), 0u);
+  EXPECT_EQ(PDPageGetRotate(page), 0);
   FixedRect r = fixedRect(1, 2, 3, 4);
-  PDPageGetMediaBox(nullptr, &r);
-  FixedRect zero{0, 0, 0, 0};
+  PDPageGetMediaBox(page, &r);
   EXPECT_RECT_EQ(r, zero);
   r = fixedRect(1, 2, 3, 4);
-  PDPageGetBBox(nullptr, &r);
+  PDPageGetCropBox(page, &r);
   EXPECT_RECT_EQ(r, zero);
-  PDPageSetCropBox(nullptr, r);
-  PDPageNotifyContentsDidChange(nullptr);
-  PDPageRelease(nullptr);
+  r = fixedRect(1, 2, 3, 4);
+  PDPageGetBBox(page, &r);
+  EXPECT_RECT_EQ(r, zero);
+  // Entries without a result: nothing happens, and nothing crashes.
+  PDPageSetCropBox(page, fixedRect(1, 2, 3, 4));
+  PDPageNotifyContentsDidChange(page);
+  PDPageRelease(page);
+}
+
+TEST_F(ModelTables, NullHandlesGiveTheFailureResults)
+{
+  expectFailureResults(nullptr, nullptr);
+}
+
+TEST_F(ModelTables, HandlesThatWereNeverHandedOutGiveTheFailureResults)
+{
+  // Addresses of something else entirely: never dereferenced as a document
+  // or page (the sanitizer build would see it).
+  struct {
+    char bytes[64] = {};
+  } notADocument, notAPage;
+  expectFailureResults(reinterpret_cast<PDDoc>(&notADocument), reinterpret_cast<PDPage>(&notAPage));
+}
+
+TEST_F(ModelTables, HandlesOfAClosedDocumentGiveTheFailureResults)
+{
+  auto doc = Document::open(write("doc.pdf", {rectPage(), rectPage()}));
+  PDDoc pd = toPDDoc(doc.get());
+  PDPage page = PDDocAcquirePage(pd, 0);
+  ASSERT_NE(page, nullptr);
+  ASSERT_EQ(PDDocGetNumPages(pd), 2);
+  doc.reset();
+  expectFailureResults(pd, page);
+}
+
+TEST_F(ModelTables, EntriesWhoseWorkThrowsGiveTheFailureResults)
+{
+  auto doc = Document::open(write("doc.pdf", {rectPage(), rectPage()}));
+  PDDoc pd = toPDDoc(doc.get());
+  PDPage page = PDDocAcquirePage(pd, 0);
+  ASSERT_NE(page, nullptr);
+  FixedRect before;
+  PDPageGetCropBox(page, &before);
+  const FixedRect zero{0, 0, 0, 0};
+  FixedRect bbox = fixedRect(1, 2, 3, 4);
+  PDPage second = nullptr;
+  {
+    FailingAllocations failing;
+    second = PDDocAcquirePage(pd, 1);                // the page object cannot be made: null
+    PDPageSetCropBox(page, fixedRect(9, 9, 99, 99)); // the crop box stays as it was
+    PDPageGetBBox(page, &bbox);                      // the all-zero rectangle
+  }
+  EXPECT_EQ(second, nullptr);
+  FixedRect after;
+  PDPageGetCropBox(page, &after);
+  EXPECT_RECT_EQ(after, before);
+  EXPECT_RECT_EQ(bbox, zero);
+  PDPageRelease(page);
 }
 
 TEST_F(ModelTables, AcquiringAPageOutOfRangeGivesNull)
