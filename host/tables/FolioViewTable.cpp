@@ -2,7 +2,6 @@
 // the view layer. Each catches everything and answers the failure result.
 #include "tables/FolioViewTable.h"
 
-#define FOLIO_HOST_SIDE
 #include "folio/FolioViewHFT.h"
 
 #include <cstring>
