@@ -80,7 +80,7 @@ void Session::registerTables()
   };
   add(FolioSupportHFT_NAME, FolioSupportHFT_VERSION, tables::makeFolioSupportTable());
   add(PDModelHFT_NAME, PDModelHFT_VERSION, tables::makePDModelTable());
-  add(FolioViewHFT_NAME, FolioViewHFT_VERSION, tables::buildFolioViewTable(*app_));
+  add(FolioViewHFT_NAME, FolioViewHFT_VERSION, tables::makeFolioViewTable(*app_));
   add(UnixHFT_NAME, UnixHFT_VERSION, tables::makeUnixTable(x_.get()));
 }
 
