@@ -4,7 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <csetjmp>
+#include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "folio/CoreHFT.h"
 #include "folio/ObjHFT.h"
@@ -14,10 +16,46 @@
 #include "core/TableRegistry.h"
 #include "tables/CoreTable.h"
 
+// The replaceable allocation functions of this test program, so that a test
+// can make operator new throw (FailingAllocations); otherwise the standard
+// behaviour.
+namespace {
+thread_local bool tFailNew = false;
+}
+void *operator new(std::size_t size)
+{
+  if (tFailNew)
+    throw std::bad_alloc();
+  if (void *p = std::malloc(size ? size : 1))
+    return p;
+  throw std::bad_alloc();
+}
+// The pair of the malloc above; GCC cannot see that the two belong together.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
+void operator delete(void *p) noexcept
+{
+  std::free(p);
+}
+void operator delete(void *p, std::size_t) noexcept
+{
+  std::free(p);
+}
+
 HFT gCoreHFT;
 FSUns32 gCoreVersion;
 
 namespace {
+
+// While one of these lives, every allocation with operator new on this thread
+// throws std::bad_alloc: how the tests make an entry's work fail.
+struct FailingAllocations {
+  FailingAllocations() { tFailNew = true; }
+  ~FailingAllocations() { tFailNew = false; }
+};
+
+void NoOp() {}
 
 ExtensionID gTestExtension = reinterpret_cast<ExtensionID>(static_cast<intptr_t>(0x5150));
 
@@ -213,4 +251,39 @@ TEST_F(CoreTable, ReplacedEntryIsReachedAtTheNextCall)
   EXPECT_EQ(FSAtomFromString("anything"), 4242);
   ASSERT_TRUE(folio::tableRegistry().replaceEntry("Core", HANDSHAKE_V0200, FSAtomFromStringSEL, original));
   EXPECT_NE(FSAtomFromString("anything"), 4242);
+}
+
+TEST_F(CoreTable, EntriesGivenNothingUsableAnswerTheirFailureResults)
+{
+  FSAtom atom = 77;
+  EXPECT_EQ(FSAtomFromString(nullptr), FSAtomNull);
+  EXPECT_EQ(FSAtomExistsForString(nullptr, &atom), 0);
+  EXPECT_EQ(FSAtomExistsForString("CoreTable.never interned", &atom), 0);
+  EXPECT_EQ(FSAtomGetString(FSAtomNull), nullptr);
+  EXPECT_EQ(FSAtomGetString(static_cast<FSAtom>(65535)), nullptr);
+  EXPECT_EQ(FSCallbackCreate(gTestExtension, nullptr), nullptr);
+  FSCallbackDestroy(nullptr); // nothing happens
+  int notACallback = 0;
+  FSCallbackDestroy(reinterpret_cast<FSCallback>(&notACallback)); // nothing happens
+  EXPECT_EQ(FSExtensionMgrGetHFT(FSAtomNull, HANDSHAKE_V0200), nullptr);
+  EXPECT_EQ(FSGetConfiguration(FSAtomNull), nullptr);
+  const std::size_t depth = folio::exceptionFrameDepth();
+  FSPopExceptionFrame(); // with no frame of ours: ignored
+  EXPECT_EQ(folio::exceptionFrameDepth(), depth);
+}
+
+TEST_F(CoreTable, EntriesWhoseWorkThrowsGiveTheFailureResults)
+{
+  const char *name = "CoreTable.interned while allocations fail";
+  FSAtom atom = 1;
+  FSCallback callback = reinterpret_cast<FSCallback>(1);
+  {
+    FailingAllocations failing;
+    atom = FSAtomFromString(name);                                                // FSAtomNull
+    callback = FSCallbackCreate(gTestExtension, reinterpret_cast<FSProc>(&NoOp)); // null
+  }
+  EXPECT_EQ(atom, FSAtomNull);
+  EXPECT_EQ(callback, nullptr);
+  FSAtom found = 0;
+  EXPECT_EQ(FSAtomExistsForString(name, &found), 0); // nothing half made
 }
