@@ -4,9 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <csetjmp>
-#include <cstdlib>
 #include <cstring>
-#include <new>
+
+#include "FailingAllocations.h"
 
 #include "folio/CoreHFT.h"
 #include "folio/ObjHFT.h"
@@ -16,44 +16,12 @@
 #include "core/TableRegistry.h"
 #include "tables/CoreTable.h"
 
-// The replaceable allocation functions of this test program, so that a test
-// can make operator new throw (FailingAllocations); otherwise the standard
-// behaviour.
-namespace {
-thread_local bool tFailNew = false;
-}
-void *operator new(std::size_t size)
-{
-  if (tFailNew)
-    throw std::bad_alloc();
-  if (void *p = std::malloc(size ? size : 1))
-    return p;
-  throw std::bad_alloc();
-}
-// The pair of the malloc above; GCC cannot see that the two belong together.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-#endif
-void operator delete(void *p) noexcept
-{
-  std::free(p);
-}
-void operator delete(void *p, std::size_t) noexcept
-{
-  std::free(p);
-}
-
 HFT gCoreHFT;
 FSUns32 gCoreVersion;
 
 namespace {
 
-// While one of these lives, every allocation with operator new on this thread
-// throws std::bad_alloc: how the tests make an entry's work fail.
-struct FailingAllocations {
-  FailingAllocations() { tFailNew = true; }
-  ~FailingAllocations() { tFailNew = false; }
-};
+using testsupport::FailingAllocations;
 
 void NoOp() {}
 

@@ -4,9 +4,9 @@
 // it defines below.
 #include "ModelTestSupport.h"
 
-#include <cstdlib>
 #include <cstring>
-#include <new>
+
+#include "FailingAllocations.h"
 #include <stdexcept>
 
 #include "folio/FolioSupportHFT.h"
@@ -14,33 +14,6 @@
 #include "model/ModelHandles.h"
 #include "tables/FolioSupportTable.h"
 #include "tables/PDModelTable.h"
-
-// The replaceable allocation functions of this test program, so that a test
-// can make operator new throw (FailingAllocations); otherwise the standard
-// behaviour.
-namespace {
-thread_local bool tFailNew = false;
-}
-void *operator new(std::size_t size)
-{
-  if (tFailNew)
-    throw std::bad_alloc();
-  if (void *p = std::malloc(size ? size : 1))
-    return p;
-  throw std::bad_alloc();
-}
-// The pair of the malloc above; GCC cannot see that the two belong together.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-#endif
-void operator delete(void *p) noexcept
-{
-  std::free(p);
-}
-void operator delete(void *p, std::size_t) noexcept
-{
-  std::free(p);
-}
 
 HFT gFolioSupportHFT = nullptr;
 FSUns32 gFolioSupportVersion = 0;
@@ -53,13 +26,7 @@ using namespace folio::modeltest;
 
 namespace {
 
-// While one of these lives, every allocation with operator new on this thread
-// throws std::bad_alloc: how the tests make an entry's work fail (see the
-// replacement operator new above).
-struct FailingAllocations {
-  FailingAllocations() { tFailNew = true; }
-  ~FailingAllocations() { tFailNew = false; }
-};
+using testsupport::FailingAllocations;
 
 class ModelTables : public ModelTest {
 protected:

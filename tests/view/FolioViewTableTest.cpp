@@ -2,51 +2,19 @@
 // global and the call macros of folio/FolioViewHFT.h (no FOLIO_HOST_SIDE here).
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <new>
+
+#include "FailingAllocations.h"
 
 #include "TableHost.h"
 #include "folio/FolioViewHFT.h"
-
-// The replaceable allocation functions of this test program, so that a test
-// can make operator new throw (FailingAllocations); otherwise the standard
-// behaviour.
-namespace {
-thread_local bool tFailNew = false;
-}
-void *operator new(std::size_t size)
-{
-  if (tFailNew)
-    throw std::bad_alloc();
-  if (void *p = std::malloc(size ? size : 1))
-    return p;
-  throw std::bad_alloc();
-}
-// The pair of the malloc above; GCC cannot see that the two belong together.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-#endif
-void operator delete(void *p) noexcept
-{
-  std::free(p);
-}
-void operator delete(void *p, std::size_t) noexcept
-{
-  std::free(p);
-}
 
 HFT gFolioViewHFT = nullptr;
 FSUns32 gFolioViewVersion = 0;
 
 namespace {
 
-// While one of these lives, every allocation with operator new on this thread
-// throws std::bad_alloc: how the tests make an entry's work fail.
-struct FailingAllocations {
-  FailingAllocations() { tFailNew = true; }
-  ~FailingAllocations() { tFailNew = false; }
-};
+using testsupport::FailingAllocations;
 
 struct ViewTable : ::testing::Test {
   void SetUp() override
@@ -450,6 +418,7 @@ static void expectBarFailureResults(FVMenubar menubar, FVToolBar toolBar)
   FVToolButton b = FVToolButtonNew(tablehost::atom("Orphan"), nullptr, 0, 0);
   FVToolBarAddButton(toolBar, b, 1, nullptr); // the button is not added
   EXPECT_EQ(FVToolBarGetButtonByName(FVAppGetToolBar(), tablehost::atom("Orphan")), nullptr);
+  FVToolBarAddButton(FVAppGetToolBar(), b, 1, nullptr); // now the tool bar owns it, and frees it
 }
 
 static void expectFailureResults(FVDoc doc, FVPageView pv)
