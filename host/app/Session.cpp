@@ -16,9 +16,9 @@
 #include "model/BBoxMargin.h"
 #include "platform/XSession.h"
 #include "tables/CoreTable.h"
+#include "tables/FolioSupportTable.h"
 #include "tables/FolioViewTable.h"
 #include "tables/PDModelTable.h"
-#include "tables/SupportTable.h"
 #include "tables/UnixTable.h"
 #include "view/Application.h"
 
@@ -71,7 +71,7 @@ void Session::flushDisplay()
 void Session::registerTables()
 {
   TableRegistry &registry = tableRegistry();
-  coreTable(); // "Core" and "Obj", in the process-wide registry
+  tables::coreTable(); // "Core" and "Obj", in the process-wide registry
   auto add = [&](const char *name, FSUns32 version, std::vector<FSProc> entries) {
     tables_.push_back(std::move(entries));
     const std::vector<FSProc> &t = tables_.back();
@@ -80,8 +80,8 @@ void Session::registerTables()
   };
   add(FolioSupportHFT_NAME, FolioSupportHFT_VERSION, tables::makeFolioSupportTable());
   add(PDModelHFT_NAME, PDModelHFT_VERSION, tables::makePDModelTable());
-  add(FolioViewHFT_NAME, FolioViewHFT_VERSION, tables::buildFolioViewTable(*app_));
-  add(UnixHFT_NAME, UnixHFT_VERSION, tables::buildUnixTable(x_.get()));
+  add(FolioViewHFT_NAME, FolioViewHFT_VERSION, tables::makeFolioViewTable(*app_));
+  add(UnixHFT_NAME, UnixHFT_VERSION, tables::makeUnixTable(x_.get()));
 }
 
 bool Session::loadPlugins(std::ostream &report)
@@ -89,7 +89,7 @@ bool Session::loadPlugins(std::ostream &report)
   Configuration &config = configuration();
   for (const std::string &w : config.warnings())
     report << "config: " << batch::escapeControlBytes(w) << "\n";
-  loader_ = std::make_unique<PluginLoader>(coreTable());
+  loader_ = std::make_unique<PluginLoader>(tables::coreTable());
   loader_->loadAll(config.pluginSources());
   bool allOk = true;
   for (const LoadRecord &r : loader_->report()) {

@@ -6,6 +6,12 @@
 // guardCall() and turns any exception into the boundary's documented
 // failure result.
 //
+// The C function tables (host/tables) use exactly these three forms, so that
+// no table file has a try/catch of its own: guardCall(failure, body) for an
+// entry with a result, guardRun(body) for one without, guardOut(out, failure,
+// body) for one that answers through an out parameter. `failure` is the
+// result written beside the entry's prototype in include/folio ("Failure:").
+//
 // Header only, no dependencies beyond the standard library.
 #pragma once
 
@@ -75,6 +81,16 @@ template <class Body, class OnError> bool guardRun(Body &&body, OnError &&onErro
 template <class Body> bool guardRun(Body &&body) noexcept
 {
   return guardRun(std::forward<Body>(body), [](const std::string &) {});
+}
+
+// For a C table entry that answers through an out parameter (a rectangle, a
+// colour): writes body()'s result to *out, or `failure` when body() throws.
+// A null `out` has nowhere to take an answer: body() is not run and nothing
+// is written.
+template <class T, class Body> void guardOut(T *out, T failure, Body &&body) noexcept
+{
+  if (out)
+    *out = guardCall(std::move(failure), std::forward<Body>(body));
 }
 
 } // namespace folio

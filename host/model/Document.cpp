@@ -75,6 +75,39 @@ void unlockEngine(void *, int lock)
 
 const fz_locks_context gEngineLocks = {nullptr, lockEngine, unlockEngine};
 
+// The addresses of the live documents, their pages and files (see
+// Document::liveDocument). Never destroyed: documents may outlive static
+// destruction at exit.
+struct LiveObjects {
+  std::mutex mutex;
+  std::unordered_set<const void *> documents, pages, files;
+};
+
+LiveObjects &liveObjects()
+{
+  static auto *live = new LiveObjects;
+  return *live;
+}
+
+void setLive(std::unordered_set<const void *> LiveObjects::*set, const void *address, bool live)
+{
+  LiveObjects &l = liveObjects();
+  std::lock_guard<std::mutex> lock(l.mutex);
+  if (live)
+    (l.*set).insert(address);
+  else
+    (l.*set).erase(address);
+}
+
+bool isLive(std::unordered_set<const void *> LiveObjects::*set, const void *address)
+{
+  if (!address)
+    return false;
+  LiveObjects &l = liveObjects();
+  std::lock_guard<std::mutex> lock(l.mutex);
+  return (l.*set).count(address) != 0;
+}
+
 } // namespace
 
 const fz_locks_context *engineLocks()
@@ -129,10 +162,20 @@ fz_rect pageMediaBox(DocumentImpl &d, pdf_obj *pageObj)
   return r;
 }
 
-Document::Document() : impl_(std::make_unique<DocumentImpl>()) {}
+Document::Document() : impl_(std::make_unique<DocumentImpl>())
+{
+  setLive(&LiveObjects::documents, this, true);
+}
 
 Document::~Document()
 {
+  setLive(&LiveObjects::documents, this, false);
+  if (file_)
+    setLive(&LiveObjects::files, file_.get(), false);
+  for (auto &p : pages_) {
+    if (p)
+      setLive(&LiveObjects::pages, p.get(), false);
+  }
   DocumentImpl &d = *impl_;
   stopBBoxAhead(d);
   for (auto &p : pages_) {
@@ -267,6 +310,7 @@ std::unique_ptr<Document> Document::open(const std::string &path, PasswordPort *
                           "shown, in order.");
   doc->pages_.resize(static_cast<size_t>(d.pageCount));
   doc->file_ = std::make_unique<File>(path, FileSys::defaultFileSys());
+  setLive(&LiveObjects::files, doc->file_.get(), true);
   return doc;
 }
 
@@ -280,14 +324,34 @@ int Document::pageCount() const
   return impl_->pageCount;
 }
 
+Document *Document::liveDocument(const void *address)
+{
+  return isLive(&LiveObjects::documents, address) ? static_cast<Document *>(const_cast<void *>(address))
+                                                  : nullptr;
+}
+
+Page *Document::livePage(const void *address)
+{
+  return isLive(&LiveObjects::pages, address) ? static_cast<Page *>(const_cast<void *>(address)) : nullptr;
+}
+
+File *Document::liveFile(const void *address)
+{
+  return isLive(&LiveObjects::files, address) ? static_cast<File *>(const_cast<void *>(address)) : nullptr;
+}
+
 Page *Document::acquirePage(int index)
 {
   if (index < 0 || index >= impl_->pageCount)
     throw ModelError(ModelErrorKind::PageOutOfRange,
                      "There is no page " + std::to_string(index + 1) + " in this document.");
   auto &slot = pages_[static_cast<size_t>(index)];
-  if (!slot)
-    slot.reset(new Page(*this, index));
+  if (!slot) {
+    // Known as live before anyone can be handed it.
+    std::unique_ptr<Page> fresh(new Page(*this, index));
+    setLive(&LiveObjects::pages, fresh.get(), true);
+    slot = std::move(fresh);
+  }
   Page *p = slot.get();
   ++p->acquires_;
   return p;

@@ -105,6 +105,16 @@ public:
   void addObserver(DocumentObserver *observer);
   void removeObserver(DocumentObserver *observer);
 
+  // Whether an address handed back through the C interface is a live object
+  // of the model: a document not yet destroyed, or a page or the file of one.
+  // The function tables check every PDDoc, PDPage and FSFile they are given
+  // with these (tables/HandleChecks.h), so a null, stale or foreign handle
+  // gives the entry's failure result instead of a crash. Null when it is not.
+  // Thread-safe.
+  static Document *liveDocument(const void *address);
+  static Page *livePage(const void *address);
+  static File *liveFile(const void *address);
+
   // Engine internals for the model's own sources.
   DocumentImpl &impl() { return *impl_; }
 

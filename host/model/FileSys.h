@@ -19,6 +19,9 @@ public:
   // The local file system; the same object for the life of the process.
   static FileSys &defaultFileSys();
   const char *name() const { return "local"; }
+  // The file system at `address` when it is one (the function tables check
+  // FSFileSys handles with it); null otherwise.
+  static FileSys *live(const void *address);
 
 private:
   FileSys() = default;
@@ -31,6 +34,10 @@ public:
   static PathName *create(const std::string &path, FileSys &fs = FileSys::defaultFileSys());
   // Frees a path name from create() or File::acquirePathName; null is ignored.
   static void release(PathName *pathName);
+  // The path name at `address` when it was created and not yet released (the
+  // function tables check FSPathName handles with it); null otherwise.
+  // Thread-safe.
+  static PathName *live(const void *address);
 
   const std::string &path() const { return path_; }
   FileSys &fileSys() const { return *fs_; }

@@ -1,138 +1,108 @@
 // CoreTable.cpp: the "Core" table: entry n -> one thin adapter into the core
-// layer. No exception leaves an adapter; each answers its failure result.
+// layer, each under the guard with its documented failure result.
 #include "tables/CoreTable.h"
-
-#include <cstdio>
-#include <mutex>
 
 #include "core/Atoms.h"
 #include "core/Callback.h"
 #include "core/Configuration.h"
 #include "core/ExceptionFrames.h"
+#include "core/Guard.h"
 #include "core/TableRegistry.h"
 #include "folio/CoreHFT.h"
 #include "folio/ObjHFT.h"
 #include "tables/ObjTable.h"
+#include "tables/TableBuilder.h"
 
-namespace folio {
+namespace folio::tables {
 namespace {
 
 // FSRaise does no work that could throw before it leaves by longjmp (or
-// aborts); see ExceptionFrames.h for the case with no frame.
-void coreRaise(FSInt32 error)
+// aborts; see ExceptionFrames.h for the case with no frame). A guard here
+// would be skipped by the longjmp anyway.
+void FSRaiseImpl(FSInt32 error)
 {
   raiseException(error);
 }
 
-void corePushExceptionFrame(void *environ, restoreEnvironProc restoreProc)
+// Out of memory: the frame is not pushed; a raise then reaches the frame
+// below it.
+void FSPushExceptionFrameImpl(void *environ, restoreEnvironProc restoreProc)
 {
-  try {
-    pushExceptionFrame(environ, restoreProc);
-  } catch (...) {
-    // Out of memory: the frame is not pushed; a raise then reaches the frame
-    // below it.
-  }
+  guardRun([&] { pushExceptionFrame(environ, restoreProc); });
 }
 
-void corePopExceptionFrame(void)
+void FSPopExceptionFrameImpl(void)
 {
-  popExceptionFrame();
+  guardRun([] { popExceptionFrame(); });
 }
 
-FSInt32 coreGetExceptionErrorCode(void)
+FSInt32 FSGetExceptionErrorCodeImpl(void)
 {
-  return exceptionErrorCode();
+  return guardCall(FSInt32(0), [] { return exceptionErrorCode(); });
 }
 
-FSAtom coreAtomFromString(const char *nameStr)
+FSAtom FSAtomFromStringImpl(const char *nameStr)
 {
-  try {
-    return atomFromString(nameStr);
-  } catch (...) {
-    return FSAtomNull;
-  }
+  return guardCall(FSAtomNull, [&] { return atomFromString(nameStr); });
 }
 
-FSBool coreAtomExistsForString(const char *nameStr, FSAtom *atom)
+FSBool FSAtomExistsForStringImpl(const char *nameStr, FSAtom *atom)
 {
-  try {
-    return atomExistsForString(nameStr, atom) ? 1 : 0;
-  } catch (...) {
-    return 0;
-  }
+  return guardCall(FSBool(0), [&] { return FSBool(atomExistsForString(nameStr, atom) ? 1 : 0); });
 }
 
-const char *coreAtomGetString(FSAtom atm)
+const char *FSAtomGetStringImpl(FSAtom atm)
 {
-  try {
-    return atomString(atm);
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(static_cast<const char *>(nullptr), [&] { return atomString(atm); });
 }
 
-FSCallback coreCallbackCreate(ExtensionID extension, FSProc proc)
+FSCallback FSCallbackCreateImpl(ExtensionID extension, FSProc proc)
 {
-  try {
-    return callbackCreate(extension, proc);
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(FSCallback(nullptr), [&] { return callbackCreate(extension, proc); });
 }
 
-void coreCallbackDestroy(FSCallback callback)
+void FSCallbackDestroyImpl(FSCallback callback)
 {
-  try {
-    callbackDestroy(callback);
-  } catch (...) {
-  }
+  guardRun([&] { callbackDestroy(callback); });
 }
 
-HFT coreExtensionMgrGetHFT(FSAtom name, FSUns32 version)
+HFT FSExtensionMgrGetHFTImpl(FSAtom name, FSUns32 version)
 {
-  try {
-    return tableRegistry().find(name, version);
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(HFT(nullptr), [&] { return tableRegistry().find(name, version); });
 }
 
-void *coreGetConfiguration(FSAtom key)
+void *FSGetConfigurationImpl(FSAtom key)
 {
-  try {
-    return configuration().get(key);
-  } catch (...) {
-    return nullptr;
-  }
-}
-
-// Checks each adapter against the prototype of its entry, then erases it.
-template <class Proto> FSProc entry(Proto proc)
-{
-  return reinterpret_cast<FSProc>(proc);
+  return guardCall(static_cast<void *>(nullptr), [&] { return configuration().get(key); });
 }
 
 } // namespace
 
+std::vector<HFTEntry> makeCoreTable()
+{
+  TableBuilder table(CoreNUMSELECTORS);
+  FOLIO_TABLE_ENTRY(table, FSRaise);
+  FOLIO_TABLE_ENTRY(table, FSPushExceptionFrame);
+  FOLIO_TABLE_ENTRY(table, FSPopExceptionFrame);
+  FOLIO_TABLE_ENTRY(table, FSGetExceptionErrorCode);
+  FOLIO_TABLE_ENTRY(table, FSAtomFromString);
+  FOLIO_TABLE_ENTRY(table, FSAtomExistsForString);
+  FOLIO_TABLE_ENTRY(table, FSAtomGetString);
+  FOLIO_TABLE_ENTRY(table, FSCallbackCreate);
+  FOLIO_TABLE_ENTRY(table, FSCallbackDestroy);
+  FOLIO_TABLE_ENTRY(table, FSExtensionMgrGetHFT);
+  FOLIO_TABLE_ENTRY(table, FSGetConfiguration);
+  return table.take();
+}
+
 HFT registerCoreTables(TableRegistry &registry)
 {
-  FSProc core[CoreNUMSELECTORS] = {};
-  core[FSRaiseSEL] = entry<FSRaiseSELPROTO>(coreRaise);
-  core[FSPushExceptionFrameSEL] = entry<FSPushExceptionFrameSELPROTO>(corePushExceptionFrame);
-  core[FSPopExceptionFrameSEL] = entry<FSPopExceptionFrameSELPROTO>(corePopExceptionFrame);
-  core[FSGetExceptionErrorCodeSEL] = entry<FSGetExceptionErrorCodeSELPROTO>(coreGetExceptionErrorCode);
-  core[FSAtomFromStringSEL] = entry<FSAtomFromStringSELPROTO>(coreAtomFromString);
-  core[FSAtomExistsForStringSEL] = entry<FSAtomExistsForStringSELPROTO>(coreAtomExistsForString);
-  core[FSAtomGetStringSEL] = entry<FSAtomGetStringSELPROTO>(coreAtomGetString);
-  core[FSCallbackCreateSEL] = entry<FSCallbackCreateSELPROTO>(coreCallbackCreate);
-  core[FSCallbackDestroySEL] = entry<FSCallbackDestroySELPROTO>(coreCallbackDestroy);
-  core[FSExtensionMgrGetHFTSEL] = entry<FSExtensionMgrGetHFTSELPROTO>(coreExtensionMgrGetHFT);
-  core[FSGetConfigurationSEL] = entry<FSGetConfigurationSELPROTO>(coreGetConfiguration);
-
-  HFT coreHFT = registry.add("Core", kCoreTableVersion, core, CoreNUMSELECTORS);
+  std::vector<HFTEntry> core = makeCoreTable();
+  HFT coreHFT = registry.add("Core", kCoreTableVersion, core.data(), core.size());
   if (!coreHFT)
     coreHFT = registry.find("Core", kCoreTableVersion);
-  registry.add(ObjHFT_NAME, ObjHFT_VERSION, objTableEntries(), objTableEntryCount());
+  std::vector<HFTEntry> obj = makeObjTable();
+  registry.add(ObjHFT_NAME, ObjHFT_VERSION, obj.data(), obj.size());
   return coreHFT;
 }
 
@@ -142,4 +112,4 @@ HFT coreTable()
   return table;
 }
 
-} // namespace folio
+} // namespace folio::tables

@@ -1,37 +1,43 @@
 // FolioViewTable.cpp: the "FolioView" table: one thin adapter per entry into
-// the view layer. Each catches everything and answers the failure result.
+// the view layer, each under the guard with its documented failure result.
 #include "tables/FolioViewTable.h"
 
-#define FOLIO_HOST_SIDE
-#include "folio/FolioViewHFT.h"
-
 #include <cstring>
+#include <stdexcept>
 
-#include "model/ModelHandles.h"
-#include "view/Application.h"
-#include "view/ViewHandles.h"
+#include "core/Guard.h"
+#include "folio/FolioViewHFT.h"
+#include "tables/HandleChecks.h"
+#include "tables/TableBuilder.h"
+#include "view/AlertRules.h"
+
+namespace folio::tables {
+namespace {
 
 using namespace folio::view;
 
-namespace {
-
+// The application the entries serve (set by makeFolioViewTable); C entries
+// carry no context of their own. Null before: every entry then gives its
+// failure result.
 Application *gApp = nullptr;
 
-// The page view behind a handle, only when it belongs to an open document.
-PageView *viewOf(FVPageView handle)
+// The application, or an exception (turned into the failure result by the
+// guard) when no table has been made yet.
+Application &app()
 {
-  if (!gApp || !handle)
-    return nullptr;
-  for (const auto &doc : gApp->documents()) {
-    if (&doc->pageView() == fromFVPageView(handle))
-      return &doc->pageView();
-  }
-  return nullptr;
+  if (!gApp)
+    throw std::logic_error("the FolioView table serves no application");
+  return *gApp;
 }
 
-DocWindow *docOf(FVDoc handle)
+DocWindow *docOf(FVDoc doc)
 {
-  return gApp && handle ? gApp->findDocument(fromFVDoc(handle)) : nullptr;
+  return checkFVDoc(gApp, doc);
+}
+
+PageView *viewOf(FVPageView pageView)
+{
+  return checkFVPageView(gApp, pageView);
 }
 
 const FVRect kZeroRect{0, 0, 0, 0};
@@ -42,613 +48,484 @@ const FixedRect kZeroFixedRect{0, 0, 0, 0};
 FSInt32 FVAlertImpl(FSInt32 iconType, const char *msg, const char *button1, const char *button2,
                     const char *button3, FSBool beep)
 {
-  try {
-    Question q;
-    q.iconType = iconType;
-    q.message = msg ? msg : "";
-    q.buttons.push_back(button1 ? button1 : "OK");
-    if (button2) {
-      q.buttons.push_back(button2);
-      if (button3)
-        q.buttons.push_back(button3);
-    }
-    q.beep = beep != 0;
-    int answer = gApp->ask(q);
-    return answer >= 1 && answer <= static_cast<int>(q.buttons.size()) ? answer : 0;
-  } catch (...) {
-    return 0;
-  }
+  return guardCall(FSInt32(0), [&] {
+    Question q = alertQuestion(iconType, msg, button1, button2, button3, beep != 0);
+    return FSInt32(alertAnswer(q, app().ask(q)));
+  });
 }
 
 void FVAlertNoteImpl(const char *msg)
 {
-  try {
-    gApp->note(msg ? msg : "");
-  } catch (...) {
-  }
+  guardRun([&] { app().note(msg ? msg : ""); });
 }
 
 FSBool FVAlertConfirmImpl(const char *msg)
 {
-  try {
-    return gApp->confirm(msg ? msg : "") ? 1 : 0;
-  } catch (...) {
-    return 0;
-  }
+  return guardCall(FSBool(0), [&] { return FSBool(app().confirm(msg ? msg : "") ? 1 : 0); });
 }
 
 // ---- application ------------------------------------------------------------------
 
 CancelProc FVAppGetCancelProcImpl(void **clientData)
 {
-  try {
-    return gApp->cancelProc(clientData);
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(CancelProc(nullptr), [&] { return app().cancelProc(clientData); });
 }
 
 FVDoc FVAppGetActiveDocImpl()
 {
-  try {
-    return toFVDoc(gApp->activeDocument());
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(FVDoc(nullptr), [] { return toFVDoc(app().activeDocument()); });
 }
 
 ProgressMonitor FVAppGetDocProgressMonitorImpl(void **clientData)
 {
-  try {
-    return gApp->progressMonitor(clientData);
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(ProgressMonitor(nullptr), [&] { return app().progressMonitor(clientData); });
 }
 
 FVMenubar FVAppGetMenubarImpl()
 {
-  try {
-    return toFVMenubar(&gApp->menuBar());
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(FVMenubar(nullptr), [] { return toFVMenubar(&app().menuBar()); });
 }
 
 FVToolBar FVAppGetToolBarImpl()
 {
-  try {
-    return toFVToolBar(&gApp->toolBar());
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(FVToolBar(nullptr), [] { return toFVToolBar(&app().toolBar()); });
 }
 
 FVTool FVAppGetActiveToolImpl()
 {
-  try {
-    return gApp->activeTool();
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(FVTool(nullptr), [] { return app().activeTool(); });
 }
 
 void FVAppSetActiveToolImpl(FVTool tool, FSBool persistent)
 {
-  try {
-    gApp->setActiveTool(tool, persistent != 0);
-  } catch (...) {
-  }
+  guardRun([&] { app().setActiveTool(tool, persistent != 0); });
 }
 
 void FVAppRegisterToolImpl(FVTool tool)
 {
-  try {
-    gApp->registerTool(tool);
-  } catch (...) {
-  }
+  guardRun([&] { app().registerTool(tool); });
 }
 
 void FVAppRegisterForPageViewDrawingImpl(FSCallback proc, void *data)
 {
-  try {
-    gApp->registerDrawing(proc, data);
-  } catch (...) {
-  }
+  guardRun([&] { app().registerDrawing(proc, data); });
 }
 
 void FVAppUnregisterForPageViewDrawingImpl(FSCallback proc)
 {
-  try {
-    gApp->unregisterDrawing(proc);
-  } catch (...) {
-  }
+  guardRun([&] { app().unregisterDrawing(proc); });
 }
 
 // ---- documents ---------------------------------------------------------------------
 
+// The file system argument names the one local file system; the path name
+// says everything.
 FVDoc FVDocOpenFromFileImpl(FSPathName pathName, FSFileSys, const char *title)
 {
-  try {
-    if (!pathName)
+  return guardCall(FVDoc(nullptr), [&]() -> FVDoc {
+    model::PathName *p = checkPathName(pathName);
+    if (!p || p->path().empty())
       return nullptr;
-    std::string path = folio::model::pathNameString(pathName);
-    if (path.empty())
-      return nullptr;
-    return toFVDoc(gApp->openDocumentReporting(path, title ? title : ""));
-  } catch (...) {
-    return nullptr;
-  }
+    return toFVDoc(app().openDocumentReporting(p->path(), title ? title : ""));
+  });
 }
 
 FSBool FVDocCloseImpl(FVDoc doc, FSBool noSave)
 {
-  try {
+  return guardCall(FSBool(0), [&] {
     DocWindow *d = docOf(doc);
-    return d && gApp->closeDocument(d, noSave != 0) ? 1 : 0;
-  } catch (...) {
-    return 0;
-  }
+    return FSBool(d && app().closeDocument(d, noSave != 0) ? 1 : 0);
+  });
 }
 
 PDDoc FVDocGetPDDocImpl(FVDoc doc)
 {
-  try {
+  return guardCall(PDDoc(nullptr), [&] {
     DocWindow *d = docOf(doc);
     return d ? d->pdDoc() : nullptr;
-  } catch (...) {
-    return nullptr;
-  }
+  });
 }
 
 FVPageView FVDocGetPageViewImpl(FVDoc doc)
 {
-  try {
+  return guardCall(FVPageView(nullptr), [&] {
     DocWindow *d = docOf(doc);
     return d ? toFVPageView(&d->pageView()) : nullptr;
-  } catch (...) {
-    return nullptr;
-  }
+  });
 }
 
 // ---- menus ---------------------------------------------------------------------------
 
 FVMenu FVMenubarAcquireMenuByNameImpl(FVMenubar menubar, const char *name)
 {
-  try {
-    if (!menubar || !name)
-      return nullptr;
-    return toFVMenu(fromFVMenubar(menubar)->acquireMenuByName(name));
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(FVMenu(nullptr), [&] {
+    MenuBar *m = checkFVMenubar(gApp, menubar);
+    return m && name ? toFVMenu(m->acquireMenuByName(name)) : nullptr;
+  });
 }
 
 FVMenuItem FVMenubarAcquireMenuItemByNameImpl(FVMenubar menubar, const char *name)
 {
-  try {
-    if (!menubar || !name)
-      return nullptr;
-    return toFVMenuItem(fromFVMenubar(menubar)->acquireItemByName(name));
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(FVMenuItem(nullptr), [&] {
+    MenuBar *m = checkFVMenubar(gApp, menubar);
+    return m && name ? toFVMenuItem(m->acquireItemByName(name)) : nullptr;
+  });
 }
 
 FVMenu FVMenuNewImpl(const char *title, const char *name, ExtensionID owner)
 {
-  try {
-    return toFVMenu(Menu::create(title ? title : "", name ? name : "", owner));
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(FVMenu(nullptr),
+                   [&] { return toFVMenu(Menu::create(title ? title : "", name ? name : "", owner)); });
 }
 
 void FVMenuReleaseImpl(FVMenu menu)
 {
-  try {
-    if (menu)
-      fromFVMenu(menu)->release();
-  } catch (...) {
-  }
+  guardRun([&] {
+    if (Menu *m = checkFVMenu(menu))
+      m->release();
+  });
 }
 
 FSInt32 FVMenuGetMenuItemIndexImpl(FVMenu menu, FVMenuItem item)
 {
-  try {
-    if (!menu || !item)
-      return -1;
-    return fromFVMenu(menu)->indexOf(fromFVMenuItem(item));
-  } catch (...) {
-    return -1;
-  }
+  return guardCall(FSInt32(-1), [&] {
+    Menu *m = checkFVMenu(menu);
+    MenuItem *i = checkFVMenuItem(item);
+    return m && i ? FSInt32(m->indexOf(i)) : FSInt32(-1);
+  });
 }
 
 void FVMenuAddMenuItemImpl(FVMenu menu, FVMenuItem item, FSInt32 index)
 {
-  try {
-    if (menu && item)
-      fromFVMenu(menu)->insert(fromFVMenuItem(item), index);
-  } catch (...) {
-  }
+  guardRun([&] {
+    Menu *m = checkFVMenu(menu);
+    MenuItem *i = checkFVMenuItem(item);
+    if (m && i)
+      m->insert(i, index);
+  });
 }
 
+// A null submenu is allowed (an item without one); a non-null one is checked.
 FVMenuItem FVMenuItemNewImpl(const char *title, const char *name, FVMenu submenu, FSBool longMenusOnly,
                              char shortcut, FSInt16 flags, FVIcon icon, ExtensionID owner)
 {
-  try {
-    return toFVMenuItem(MenuItem::create(title ? title : "", name ? name : "", fromFVMenu(submenu),
+  return guardCall(FVMenuItem(nullptr), [&] {
+    return toFVMenuItem(MenuItem::create(title ? title : "", name ? name : "", checkFVMenu(submenu),
                                          longMenusOnly != 0, shortcut, flags, icon, owner));
-  } catch (...) {
-    return nullptr;
-  }
+  });
 }
 
 FVMenuItem FVMenuItemAcquireImpl(FVMenuItem item)
 {
-  try {
-    return item ? toFVMenuItem(fromFVMenuItem(item)->acquire()) : nullptr;
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(FVMenuItem(nullptr), [&] {
+    MenuItem *i = checkFVMenuItem(item);
+    return i ? toFVMenuItem(i->acquire()) : nullptr;
+  });
 }
 
 void FVMenuItemReleaseImpl(FVMenuItem item)
 {
-  try {
-    if (item)
-      fromFVMenuItem(item)->release();
-  } catch (...) {
-  }
+  guardRun([&] {
+    if (MenuItem *i = checkFVMenuItem(item))
+      i->release();
+  });
 }
 
 void FVMenuItemRemoveImpl(FVMenuItem item)
 {
-  try {
-    if (item)
-      fromFVMenuItem(item)->removeFromMenu();
-  } catch (...) {
-  }
+  guardRun([&] {
+    if (MenuItem *i = checkFVMenuItem(item))
+      i->removeFromMenu();
+  });
 }
 
 void FVMenuItemSetExecuteProcImpl(FVMenuItem item, FSCallback proc, void *data)
 {
-  try {
-    if (item)
-      fromFVMenuItem(item)->setExecuteProc(proc, data);
-  } catch (...) {
-  }
+  guardRun([&] {
+    if (MenuItem *i = checkFVMenuItem(item))
+      i->setExecuteProc(proc, data);
+  });
 }
 
 void FVMenuItemSetComputeEnabledProcImpl(FVMenuItem item, FSCallback proc, void *data)
 {
-  try {
-    if (item)
-      fromFVMenuItem(item)->setComputeEnabledProc(proc, data);
-  } catch (...) {
-  }
+  guardRun([&] {
+    if (MenuItem *i = checkFVMenuItem(item))
+      i->setComputeEnabledProc(proc, data);
+  });
 }
 
 void FVMenuItemSetComputeMarkedProcImpl(FVMenuItem item, FSCallback proc, void *data)
 {
-  try {
-    if (item)
-      fromFVMenuItem(item)->setComputeMarkedProc(proc, data);
-  } catch (...) {
-  }
+  guardRun([&] {
+    if (MenuItem *i = checkFVMenuItem(item))
+      i->setComputeMarkedProc(proc, data);
+  });
 }
 
 // As the user chooses it: only an enabled item runs.
 void FVMenuItemExecuteImpl(FVMenuItem item)
 {
-  try {
-    if (item)
-      fromFVMenuItem(item)->runAsUser();
-  } catch (...) {
-  }
+  guardRun([&] {
+    if (MenuItem *i = checkFVMenuItem(item))
+      i->runAsUser();
+  });
 }
 
 // ---- page views ----------------------------------------------------------------------
 
 PDPage FVPageViewGetPageImpl(FVPageView pageView)
 {
-  try {
+  return guardCall(PDPage(nullptr), [&] {
     PageView *v = viewOf(pageView);
     return v ? v->pdPage() : nullptr;
-  } catch (...) {
-    return nullptr;
-  }
+  });
 }
 
 FSInt32 FVPageViewGetPageNumImpl(FVPageView pageView)
 {
-  try {
+  return guardCall(FSInt32(-1), [&] {
     PageView *v = viewOf(pageView);
-    return v ? v->pageNumber() : -1;
-  } catch (...) {
-    return -1;
-  }
+    return v ? FSInt32(v->pageNumber()) : FSInt32(-1);
+  });
 }
 
+// An unknown view gives all zero; a failure leaves the colour as it was.
 void FVPageViewGetColorImpl(FVPageView pageView, PDColorValue color)
 {
-  try {
+  guardRun([&] {
     if (!color)
       return;
-    PageView *v = viewOf(pageView);
-    if (v)
+    if (PageView *v = viewOf(pageView))
       *color = v->color();
     else
       std::memset(color, 0, sizeof *color);
-  } catch (...) {
-  }
+  });
 }
 
 void FVPageViewSetColorImpl(FVPageView pageView, PDColorValue color)
 {
-  try {
+  guardRun([&] {
     PageView *v = viewOf(pageView);
     if (v && color)
       v->setColor(*color);
-  } catch (...) {
-  }
+  });
 }
 
+// A null area marks the whole view.
 void FVPageViewInvalidateRectImpl(FVPageView pageView, FVRect *area)
 {
-  try {
+  guardRun([&] {
     PageView *v = viewOf(pageView);
-    if (!v)
-      return;
-    if (area)
+    if (v && area)
       v->invalidate(*area);
-    else
+    else if (v)
       v->invalidateAll();
-  } catch (...) {
-  }
+  });
 }
 
 void FVPageViewDrawNowImpl(FVPageView pageView)
 {
-  try {
+  guardRun([&] {
     if (PageView *v = viewOf(pageView))
       v->drawNow();
-  } catch (...) {
-  }
+  });
 }
 
 void FVPageViewDrawRectOutlineImpl(FVPageView pageView, FVRect *rect, FSInt16 lineWidth, Fixed *dashArray,
                                    FSInt32 arrayLen)
 {
-  try {
+  guardRun([&] {
     PageView *v = viewOf(pageView);
     if (v && rect)
       v->drawRectOutline(*rect, lineWidth, dashArray, dashArray ? arrayLen : 0);
-  } catch (...) {
-  }
+  });
 }
 
 void FVPageViewDragOutNewRectImpl(FVPageView pageView, FSInt16 xStart, FSInt16 yStart, FVRect *resultRect)
 {
-  try {
-    if (!resultRect)
-      return;
+  const FVRect atPress{xStart, yStart, xStart, yStart};
+  guardOut(resultRect, atPress, [&] {
     PageView *v = viewOf(pageView);
-    *resultRect = v ? gApp->dragOutNewRect(*v, xStart, yStart) : FVRect{xStart, yStart, xStart, yStart};
-  } catch (...) {
-    if (resultRect)
-      *resultRect = FVRect{xStart, yStart, xStart, yStart};
-  }
+    return v ? app().dragOutNewRect(*v, xStart, yStart) : atPress;
+  });
 }
 
 void FVPageViewDragRectImpl(FVPageView pageView, FSInt16 xStart, FSInt16 yStart, FVRect *startRect,
                             FVRect *resultRect, FSInt16 dragType, FVRect *extrema)
 {
-  try {
-    if (!resultRect)
-      return;
+  // The documented failure is the start rectangle, all zero when none was
+  // given; an unknown view leaves the rectangle where it started (at the press
+  // point when none was given).
+  guardOut(resultRect, startRect ? *startRect : kZeroRect, [&] {
     FVRect start = startRect ? *startRect : FVRect{xStart, yStart, xStart, yStart};
     PageView *v = viewOf(pageView);
-    *resultRect = v ? gApp->dragRect(*v, xStart, yStart, start, dragType, extrema) : start;
-  } catch (...) {
-    if (resultRect)
-      *resultRect = startRect ? *startRect : kZeroRect;
-  }
+    return v ? app().dragRect(*v, xStart, yStart, start, dragType, extrema) : start;
+  });
 }
 
 void FVPageViewRectToDeviceImpl(FVPageView pageView, FixedRect *src, FVRect *dst)
 {
-  try {
-    if (!dst)
-      return;
+  guardOut(dst, kZeroRect, [&] {
     PageView *v = viewOf(pageView);
-    *dst = v && src ? v->rectToDevice(*src) : kZeroRect;
-  } catch (...) {
-    if (dst)
-      *dst = kZeroRect;
-  }
+    return v && src ? v->rectToDevice(*src) : kZeroRect;
+  });
 }
 
 void FVPageViewDeviceRectToPageImpl(FVPageView pageView, FVRect *src, FixedRect *dst)
 {
-  try {
-    if (!dst)
-      return;
+  guardOut(dst, kZeroFixedRect, [&] {
     PageView *v = viewOf(pageView);
-    *dst = v && src ? v->deviceRectToPage(*src) : kZeroFixedRect;
-  } catch (...) {
-    if (dst)
-      *dst = kZeroFixedRect;
-  }
+    return v && src ? v->deviceRectToPage(*src) : kZeroFixedRect;
+  });
 }
 
 // ---- system ------------------------------------------------------------------------------
 
 FSInt32 FVSysGetModifiersImpl()
 {
-  try {
-    return gApp->modifiers();
-  } catch (...) {
-    return 0;
-  }
+  return guardCall(FSInt32(0), [] { return FSInt32(app().modifiers()); });
 }
 
 FVCursor FVSysGetStandardCursorImpl(FSInt32 cursorID)
 {
-  try {
-    return gApp->standardCursor(cursorID);
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(FVCursor(nullptr), [&] { return app().standardCursor(cursorID); });
 }
 
 void FVSysSetCursorImpl(FVCursor cursor)
 {
-  try {
-    gApp->setCursor(cursor);
-  } catch (...) {
-  }
+  guardRun([&] { app().setCursor(cursor); });
 }
 
 // ---- tool bar ------------------------------------------------------------------------------
 
 FVToolButton FVToolBarGetButtonByNameImpl(FVToolBar toolBar, FSAtom buttonName)
 {
-  try {
-    return toolBar ? toFVToolButton(fromFVToolBar(toolBar)->buttonByName(buttonName)) : nullptr;
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(FVToolButton(nullptr), [&] {
+    ToolBar *t = checkFVToolBar(gApp, toolBar);
+    return t ? toFVToolButton(t->buttonByName(buttonName)) : nullptr;
+  });
 }
 
+// A null otherButton is allowed (the tool bar's own place); a non-null one is
+// checked.
 void FVToolBarAddButtonImpl(FVToolBar toolBar, FVToolButton button, FSBool before, FVToolButton otherButton)
 {
-  try {
-    if (toolBar && button)
-      fromFVToolBar(toolBar)->addButton(fromFVToolButton(button), before != 0, fromFVToolButton(otherButton));
-  } catch (...) {
-  }
+  guardRun([&] {
+    ToolBar *t = checkFVToolBar(gApp, toolBar);
+    ToolButton *b = checkFVToolButton(button);
+    if (t && b)
+      t->addButton(b, before != 0, checkFVToolButton(otherButton));
+  });
 }
 
 FSBool FVToolBarIsRoomForImpl(FVToolBar toolBar, FSUns16 nButtons, FSUns16 nSeparators)
 {
-  try {
-    return toolBar && fromFVToolBar(toolBar)->isRoomFor(nButtons, nSeparators) ? 1 : 0;
-  } catch (...) {
-    return 0;
-  }
+  return guardCall(FSBool(0), [&] {
+    ToolBar *t = checkFVToolBar(gApp, toolBar);
+    return FSBool(t && t->isRoomFor(nButtons, nSeparators) ? 1 : 0);
+  });
 }
 
 FVToolButton FVToolButtonNewImpl(FSAtom name, FVIcon icon, FSBool isSeparator, FSBool noFlyout)
 {
-  try {
+  return guardCall(FVToolButton(nullptr), [&] {
     return toFVToolButton(ToolButton::create(name, icon, isSeparator != 0, noFlyout != 0));
-  } catch (...) {
-    return nullptr;
-  }
+  });
 }
 
 void FVToolButtonSetExecuteProcImpl(FVToolButton button, FSCallback proc, void *data)
 {
-  try {
-    if (button)
-      fromFVToolButton(button)->setExecuteProc(proc, data);
-  } catch (...) {
-  }
+  guardRun([&] {
+    if (ToolButton *b = checkFVToolButton(button))
+      b->setExecuteProc(proc, data);
+  });
 }
 
 void FVToolButtonSetComputeEnabledProcImpl(FVToolButton button, FSCallback proc, void *data)
 {
-  try {
-    if (button)
-      fromFVToolButton(button)->setComputeEnabledProc(proc, data);
-  } catch (...) {
-  }
+  guardRun([&] {
+    if (ToolButton *b = checkFVToolButton(button))
+      b->setComputeEnabledProc(proc, data);
+  });
 }
 
 void FVToolButtonSetComputeMarkedProcImpl(FVToolButton button, FSCallback proc, void *data)
 {
-  try {
-    if (button)
-      fromFVToolButton(button)->setComputeMarkedProc(proc, data);
-  } catch (...) {
-  }
+  guardRun([&] {
+    if (ToolButton *b = checkFVToolButton(button))
+      b->setComputeMarkedProc(proc, data);
+  });
 }
 
 void FVToolButtonSetHelpTextImpl(FVToolButton button, const char *text)
 {
-  try {
-    if (button)
-      fromFVToolButton(button)->setHelpText(text ? text : "");
-  } catch (...) {
-  }
+  guardRun([&] {
+    if (ToolButton *b = checkFVToolButton(button))
+      b->setHelpText(text ? text : "");
+  });
 }
-
-// Checks each adapter against the entry's prototype, then stores it.
-#define ENTRY(op) table[op##SEL] = reinterpret_cast<FSProc>(static_cast<op##SELPROTO>(&op##Impl))
 
 } // namespace
 
-namespace folio::tables {
-
-std::vector<FSProc> buildFolioViewTable(view::Application &app)
+std::vector<HFTEntry> makeFolioViewTable(view::Application &application)
 {
-  gApp = &app;
-  std::vector<FSProc> table(FolioViewNUMSELECTORS, nullptr);
-  ENTRY(FVAlert);
-  ENTRY(FVAlertNote);
-  ENTRY(FVAlertConfirm);
-  ENTRY(FVAppGetCancelProc);
-  ENTRY(FVAppGetActiveDoc);
-  ENTRY(FVAppGetDocProgressMonitor);
-  ENTRY(FVAppGetMenubar);
-  ENTRY(FVAppGetToolBar);
-  ENTRY(FVAppGetActiveTool);
-  ENTRY(FVAppSetActiveTool);
-  ENTRY(FVAppRegisterTool);
-  ENTRY(FVDocOpenFromFile);
-  ENTRY(FVDocClose);
-  ENTRY(FVDocGetPDDoc);
-  ENTRY(FVDocGetPageView);
-  ENTRY(FVMenubarAcquireMenuByName);
-  ENTRY(FVMenubarAcquireMenuItemByName);
-  ENTRY(FVMenuNew);
-  ENTRY(FVMenuRelease);
-  ENTRY(FVMenuGetMenuItemIndex);
-  ENTRY(FVMenuAddMenuItem);
-  ENTRY(FVMenuItemNew);
-  ENTRY(FVMenuItemAcquire);
-  ENTRY(FVMenuItemRelease);
-  ENTRY(FVMenuItemRemove);
-  ENTRY(FVMenuItemSetExecuteProc);
-  ENTRY(FVMenuItemSetComputeEnabledProc);
-  ENTRY(FVMenuItemSetComputeMarkedProc);
-  ENTRY(FVMenuItemExecute);
-  ENTRY(FVPageViewGetPage);
-  ENTRY(FVPageViewGetPageNum);
-  ENTRY(FVPageViewGetColor);
-  ENTRY(FVPageViewSetColor);
-  ENTRY(FVPageViewInvalidateRect);
-  ENTRY(FVPageViewDrawNow);
-  ENTRY(FVPageViewDrawRectOutline);
-  ENTRY(FVPageViewDragOutNewRect);
-  ENTRY(FVPageViewDragRect);
-  ENTRY(FVAppRegisterForPageViewDrawing);
-  ENTRY(FVAppUnregisterForPageViewDrawing);
-  ENTRY(FVPageViewRectToDevice);
-  ENTRY(FVPageViewDeviceRectToPage);
-  ENTRY(FVSysGetModifiers);
-  ENTRY(FVSysGetStandardCursor);
-  ENTRY(FVSysSetCursor);
-  ENTRY(FVToolBarGetButtonByName);
-  ENTRY(FVToolBarAddButton);
-  ENTRY(FVToolBarIsRoomFor);
-  ENTRY(FVToolButtonNew);
-  ENTRY(FVToolButtonSetExecuteProc);
-  ENTRY(FVToolButtonSetComputeEnabledProc);
-  ENTRY(FVToolButtonSetComputeMarkedProc);
-  ENTRY(FVToolButtonSetHelpText);
-  return table;
+  gApp = &application;
+  TableBuilder table(FolioViewNUMSELECTORS);
+  FOLIO_TABLE_ENTRY(table, FVAlert);
+  FOLIO_TABLE_ENTRY(table, FVAlertNote);
+  FOLIO_TABLE_ENTRY(table, FVAlertConfirm);
+  FOLIO_TABLE_ENTRY(table, FVAppGetCancelProc);
+  FOLIO_TABLE_ENTRY(table, FVAppGetActiveDoc);
+  FOLIO_TABLE_ENTRY(table, FVAppGetDocProgressMonitor);
+  FOLIO_TABLE_ENTRY(table, FVAppGetMenubar);
+  FOLIO_TABLE_ENTRY(table, FVAppGetToolBar);
+  FOLIO_TABLE_ENTRY(table, FVAppGetActiveTool);
+  FOLIO_TABLE_ENTRY(table, FVAppSetActiveTool);
+  FOLIO_TABLE_ENTRY(table, FVAppRegisterTool);
+  FOLIO_TABLE_ENTRY(table, FVDocOpenFromFile);
+  FOLIO_TABLE_ENTRY(table, FVDocClose);
+  FOLIO_TABLE_ENTRY(table, FVDocGetPDDoc);
+  FOLIO_TABLE_ENTRY(table, FVDocGetPageView);
+  FOLIO_TABLE_ENTRY(table, FVMenubarAcquireMenuByName);
+  FOLIO_TABLE_ENTRY(table, FVMenubarAcquireMenuItemByName);
+  FOLIO_TABLE_ENTRY(table, FVMenuNew);
+  FOLIO_TABLE_ENTRY(table, FVMenuRelease);
+  FOLIO_TABLE_ENTRY(table, FVMenuGetMenuItemIndex);
+  FOLIO_TABLE_ENTRY(table, FVMenuAddMenuItem);
+  FOLIO_TABLE_ENTRY(table, FVMenuItemNew);
+  FOLIO_TABLE_ENTRY(table, FVMenuItemAcquire);
+  FOLIO_TABLE_ENTRY(table, FVMenuItemRelease);
+  FOLIO_TABLE_ENTRY(table, FVMenuItemRemove);
+  FOLIO_TABLE_ENTRY(table, FVMenuItemSetExecuteProc);
+  FOLIO_TABLE_ENTRY(table, FVMenuItemSetComputeEnabledProc);
+  FOLIO_TABLE_ENTRY(table, FVMenuItemSetComputeMarkedProc);
+  FOLIO_TABLE_ENTRY(table, FVMenuItemExecute);
+  FOLIO_TABLE_ENTRY(table, FVPageViewGetPage);
+  FOLIO_TABLE_ENTRY(table, FVPageViewGetPageNum);
+  FOLIO_TABLE_ENTRY(table, FVPageViewGetColor);
+  FOLIO_TABLE_ENTRY(table, FVPageViewSetColor);
+  FOLIO_TABLE_ENTRY(table, FVPageViewInvalidateRect);
+  FOLIO_TABLE_ENTRY(table, FVPageViewDrawNow);
+  FOLIO_TABLE_ENTRY(table, FVPageViewDrawRectOutline);
+  FOLIO_TABLE_ENTRY(table, FVPageViewDragOutNewRect);
+  FOLIO_TABLE_ENTRY(table, FVPageViewDragRect);
+  FOLIO_TABLE_ENTRY(table, FVAppRegisterForPageViewDrawing);
+  FOLIO_TABLE_ENTRY(table, FVAppUnregisterForPageViewDrawing);
+  FOLIO_TABLE_ENTRY(table, FVPageViewRectToDevice);
+  FOLIO_TABLE_ENTRY(table, FVPageViewDeviceRectToPage);
+  FOLIO_TABLE_ENTRY(table, FVSysGetModifiers);
+  FOLIO_TABLE_ENTRY(table, FVSysGetStandardCursor);
+  FOLIO_TABLE_ENTRY(table, FVSysSetCursor);
+  FOLIO_TABLE_ENTRY(table, FVToolBarGetButtonByName);
+  FOLIO_TABLE_ENTRY(table, FVToolBarAddButton);
+  FOLIO_TABLE_ENTRY(table, FVToolBarIsRoomFor);
+  FOLIO_TABLE_ENTRY(table, FVToolButtonNew);
+  FOLIO_TABLE_ENTRY(table, FVToolButtonSetExecuteProc);
+  FOLIO_TABLE_ENTRY(table, FVToolButtonSetComputeEnabledProc);
+  FOLIO_TABLE_ENTRY(table, FVToolButtonSetComputeMarkedProc);
+  FOLIO_TABLE_ENTRY(table, FVToolButtonSetHelpText);
+  return table.take();
 }
 
 } // namespace folio::tables

@@ -1,12 +1,14 @@
-// FolioViewTable.h: the "FolioView" table (version 2.2), one thin adapter per
-// entry of folio/FolioViewHFT.h into the view layer.
+// FolioViewTable.h: the "FolioView" table (version FolioViewHFT_VERSION), one
+// thin adapter per entry of folio/FolioViewHFT.h into the view layer.
 //
-// Every adapter catches every exception and answers the entry's failure
-// result: null handles, 0 / false, an all-zero rectangle written to an out
-// parameter. Null handles passed in are ignored the same way.
+// Every adapter runs under the guard of core/Guard.h and checks its handles
+// (tables/HandleChecks.h): a failure, a null handle or one that is not the
+// application's gives the result documented beside the prototype (null
+// handles, 0 / false, -1 for an index, an all-zero rectangle written to an out
+// parameter). What an entry means beyond forwarding (an alert's buttons)
+// lives in the view layer (view/AlertRules.h).
 #pragma once
 
-#include <cstddef>
 #include <vector>
 
 #include "folio/FolioTypes.h"
@@ -17,10 +19,9 @@ class Application;
 
 namespace folio::tables {
 
-// The entries of the table (FolioViewNUMSELECTORS of them, entry 0 and the
-// operations the host does not offer null), ready for TableRegistry::add.
-// The adapters reach `app`, which must outlive every call through the table;
+// A new table of FolioViewNUMSELECTORS entries (see TableBuilder.h). The
+// adapters reach `app`, which must outlive every call through the table;
 // calling this again points them at another application.
-std::vector<FSProc> buildFolioViewTable(view::Application &app);
+std::vector<HFTEntry> makeFolioViewTable(view::Application &app);
 
 } // namespace folio::tables

@@ -4,38 +4,27 @@
 #include <cstdint>
 
 #include "folio/ObjHFT.h"
+#include "tables/TableBuilder.h"
 
-namespace folio {
+namespace folio::tables {
 namespace {
 
 // Takes nothing it is given, changes nothing, answers 0: a caller that expects
 // a pointer gets null, one that expects an integer or boolean gets 0/false.
-extern "C" std::intptr_t objNoOp(void)
+// It cannot throw, so it needs no guard.
+std::intptr_t ObjNoOpImpl(void)
 {
   return 0;
 }
 
-struct ObjEntries {
-  FSProc entries[ObjNUMSELECTORS];
-  ObjEntries()
-  {
-    entries[0] = nullptr;
-    for (int i = 1; i < ObjNUMSELECTORS; ++i)
-      entries[i] = reinterpret_cast<FSProc>(objNoOp);
-  }
-};
-
 } // namespace
 
-const FSProc *objTableEntries()
+std::vector<HFTEntry> makeObjTable()
 {
-  static const ObjEntries table;
-  return table.entries;
+  TableBuilder table(ObjNUMSELECTORS);
+  for (int selector = 1; selector < ObjNUMSELECTORS; ++selector)
+    table.set<std::intptr_t (*)(void)>(selector, &ObjNoOpImpl);
+  return table.take();
 }
 
-std::size_t objTableEntryCount()
-{
-  return ObjNUMSELECTORS;
-}
-
-} // namespace folio
+} // namespace folio::tables

@@ -1,160 +1,135 @@
-// PDModelTable.cpp: the "PDModel" table, one thin adapter per entry. Every
-// adapter catches everything: a failure answers 0, null or an all-zero
-// rectangle, never an exception across the interface.
+// PDModelTable.cpp: the "PDModel" table, one thin adapter per entry.
 #include "tables/PDModelTable.h"
 
+#include "core/Guard.h"
 #include "folio/PDModelHFT.h"
 #include "model/BBoxMargin.h"
-#include "model/ModelHandles.h"
+#include "tables/HandleChecks.h"
+#include "tables/TableBuilder.h"
 
 namespace folio::tables {
-
 namespace {
 
-using namespace folio::model;
+using model::Document;
+using model::Page;
 
 const FixedRect kNoRect = {0, 0, 0, 0};
 
-FSInt32 docGetFlags(PDDoc doc)
+FSInt32 PDDocGetFlagsImpl(PDDoc doc)
 {
-  try {
-    Document *d = fromPDDoc(doc);
+  return guardCall(FSInt32(0), [&] {
+    Document *d = checkDoc(doc);
     return d ? d->flags() : 0;
-  } catch (...) {
-    return 0;
-  }
+  });
 }
 
-FSFile docGetFile(PDDoc doc)
+FSFile PDDocGetFileImpl(PDDoc doc)
 {
-  try {
-    Document *d = fromPDDoc(doc);
-    return d ? toFSFile(&d->file()) : nullptr;
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(FSFile(nullptr), [&] {
+    Document *d = checkDoc(doc);
+    return d ? model::toFSFile(&d->file()) : nullptr;
+  });
 }
 
-FSInt32 docGetNumPages(PDDoc doc)
+FSInt32 PDDocGetNumPagesImpl(PDDoc doc)
 {
-  try {
-    Document *d = fromPDDoc(doc);
+  return guardCall(FSInt32(0), [&] {
+    Document *d = checkDoc(doc);
     return d ? d->pageCount() : 0;
-  } catch (...) {
-    return 0;
-  }
+  });
 }
 
-PDPage docAcquirePage(PDDoc doc, FSInt32 pageNum)
+PDPage PDDocAcquirePageImpl(PDDoc doc, FSInt32 pageNum)
 {
-  try {
-    Document *d = fromPDDoc(doc);
-    return d ? toPDPage(d->acquirePage(pageNum)) : nullptr;
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(PDPage(nullptr), [&] {
+    Document *d = checkDoc(doc);
+    return d ? model::toPDPage(d->acquirePage(pageNum)) : nullptr;
+  });
 }
 
-FSUns32 docGetPermissions(PDDoc doc)
+FSUns32 PDDocGetPermissionsImpl(PDDoc doc)
 {
-  try {
-    Document *d = fromPDDoc(doc);
-    return d ? d->permissions() : 0;
-  } catch (...) {
-    return 0;
-  }
+  return guardCall(FSUns32(0), [&] {
+    Document *d = checkDoc(doc);
+    return d ? d->permissions() : 0u;
+  });
 }
 
-void pageNotifyContentsDidChange(PDPage page)
+void PDPageNotifyContentsDidChangeImpl(PDPage page)
 {
-  try {
-    if (Page *p = fromPDPage(page))
+  guardRun([&] {
+    if (Page *p = checkPage(page))
       p->notifyContentsDidChange();
-  } catch (...) {
-  }
+  });
 }
 
-void pageRelease(PDPage page)
+void PDPageReleaseImpl(PDPage page)
 {
-  try {
-    if (Page *p = fromPDPage(page))
+  guardRun([&] {
+    if (Page *p = checkPage(page))
       p->document().releasePage(p);
-  } catch (...) {
-  }
+  });
 }
 
-PDRotate pageGetRotate(PDPage page)
+PDRotate PDPageGetRotateImpl(PDPage page)
 {
-  try {
-    Page *p = fromPDPage(page);
-    return p ? p->rotate() : 0;
-  } catch (...) {
-    return 0;
-  }
+  return guardCall(PDRotate(0), [&] {
+    Page *p = checkPage(page);
+    return p ? p->rotate() : PDRotate(0);
+  });
 }
 
-// Writes `get(page)` to `out`, or the all-zero rectangle on any failure.
-template <class Get> void answerRect(PDPage page, FixedRect *out, Get get)
+void PDPageGetMediaBoxImpl(PDPage page, FixedRect *box)
 {
-  if (!out)
-    return;
-  try {
-    Page *p = fromPDPage(page);
-    *out = p ? get(*p) : kNoRect;
-  } catch (...) {
-    *out = kNoRect;
-  }
+  guardOut(box, kNoRect, [&] {
+    Page *p = checkPage(page);
+    return p ? p->mediaBox() : kNoRect;
+  });
 }
 
-void pageGetMediaBox(PDPage page, FixedRect *box)
+void PDPageGetCropBoxImpl(PDPage page, FixedRect *box)
 {
-  answerRect(page, box, [](Page &p) { return p.mediaBox(); });
+  guardOut(box, kNoRect, [&] {
+    Page *p = checkPage(page);
+    return p ? p->cropBox() : kNoRect;
+  });
 }
 
-void pageGetCropBox(PDPage page, FixedRect *box)
+void PDPageSetCropBoxImpl(PDPage page, FixedRect box)
 {
-  answerRect(page, box, [](Page &p) { return p.cropBox(); });
-}
-
-void pageSetCropBox(PDPage page, FixedRect box)
-{
-  try {
-    if (Page *p = fromPDPage(page))
+  guardRun([&] {
+    if (Page *p = checkPage(page))
       p->setCropBox(box);
-  } catch (...) {
-  }
+  });
 }
 
-void pageGetBBox(PDPage page, FixedRect *box)
+// The bounding box with the user's margin (bbox-margin) around it.
+void PDPageGetBBoxImpl(PDPage page, FixedRect *box)
 {
-  // The bounding box with the user's margin (bbox-margin) around it.
-  answerRect(page, box, [](Page &p) { return bboxWithMargin(p); });
-}
-
-template <class Fn> FSProc entry(Fn fn)
-{
-  return reinterpret_cast<FSProc>(fn);
+  guardOut(box, kNoRect, [&] {
+    Page *p = checkPage(page);
+    return p ? model::bboxWithMargin(*p) : kNoRect;
+  });
 }
 
 } // namespace
 
 std::vector<HFTEntry> makePDModelTable()
 {
-  std::vector<HFTEntry> t(PDModelNUMSELECTORS, nullptr);
-  t[PDDocGetFlagsSEL] = entry(static_cast<PDDocGetFlagsSELPROTO>(docGetFlags));
-  t[PDDocGetFileSEL] = entry(static_cast<PDDocGetFileSELPROTO>(docGetFile));
-  t[PDDocGetNumPagesSEL] = entry(static_cast<PDDocGetNumPagesSELPROTO>(docGetNumPages));
-  t[PDDocAcquirePageSEL] = entry(static_cast<PDDocAcquirePageSELPROTO>(docAcquirePage));
-  t[PDDocGetPermissionsSEL] = entry(static_cast<PDDocGetPermissionsSELPROTO>(docGetPermissions));
-  t[PDPageNotifyContentsDidChangeSEL] =
-      entry(static_cast<PDPageNotifyContentsDidChangeSELPROTO>(pageNotifyContentsDidChange));
-  t[PDPageReleaseSEL] = entry(static_cast<PDPageReleaseSELPROTO>(pageRelease));
-  t[PDPageGetRotateSEL] = entry(static_cast<PDPageGetRotateSELPROTO>(pageGetRotate));
-  t[PDPageGetMediaBoxSEL] = entry(static_cast<PDPageGetMediaBoxSELPROTO>(pageGetMediaBox));
-  t[PDPageGetCropBoxSEL] = entry(static_cast<PDPageGetCropBoxSELPROTO>(pageGetCropBox));
-  t[PDPageSetCropBoxSEL] = entry(static_cast<PDPageSetCropBoxSELPROTO>(pageSetCropBox));
-  t[PDPageGetBBoxSEL] = entry(static_cast<PDPageGetBBoxSELPROTO>(pageGetBBox));
-  return t;
+  TableBuilder table(PDModelNUMSELECTORS);
+  FOLIO_TABLE_ENTRY(table, PDDocGetFlags);
+  FOLIO_TABLE_ENTRY(table, PDDocGetFile);
+  FOLIO_TABLE_ENTRY(table, PDDocGetNumPages);
+  FOLIO_TABLE_ENTRY(table, PDDocAcquirePage);
+  FOLIO_TABLE_ENTRY(table, PDDocGetPermissions);
+  FOLIO_TABLE_ENTRY(table, PDPageNotifyContentsDidChange);
+  FOLIO_TABLE_ENTRY(table, PDPageRelease);
+  FOLIO_TABLE_ENTRY(table, PDPageGetRotate);
+  FOLIO_TABLE_ENTRY(table, PDPageGetMediaBox);
+  FOLIO_TABLE_ENTRY(table, PDPageGetCropBox);
+  FOLIO_TABLE_ENTRY(table, PDPageSetCropBox);
+  FOLIO_TABLE_ENTRY(table, PDPageGetBBox);
+  return table.take();
 }
 
 } // namespace folio::tables

@@ -1,35 +1,32 @@
 // UnixTable.cpp: the "Unix" table: the application's shell widget.
 #include "tables/UnixTable.h"
 
-#define FOLIO_HOST_SIDE
+#include "core/Guard.h"
 #include "folio/UnixHFT.h"
-
 #include "platform/XSession.h"
+#include "tables/TableBuilder.h"
 
+namespace folio::tables {
 namespace {
 
-folio::platform::XSession *gSession = nullptr;
+// The session the entry serves (set by makeUnixTable); C entries carry no
+// context of their own.
+platform::XSession *gSession = nullptr;
 
 void *UnixAppGetShellWidgetImpl()
 {
-  try {
-    return gSession ? static_cast<void *>(gSession->shell()) : nullptr;
-  } catch (...) {
-    return nullptr;
-  }
+  return guardCall(static_cast<void *>(nullptr),
+                   [] { return gSession ? static_cast<void *>(gSession->shell()) : nullptr; });
 }
 
 } // namespace
 
-namespace folio::tables {
-
-std::vector<FSProc> buildUnixTable(platform::XSession *session)
+std::vector<HFTEntry> makeUnixTable(platform::XSession *session)
 {
   gSession = session;
-  std::vector<FSProc> table(UnixNUMSELECTORS, nullptr);
-  table[UnixAppGetShellWidgetSEL] =
-      reinterpret_cast<FSProc>(static_cast<UnixAppGetShellWidgetSELPROTO>(&UnixAppGetShellWidgetImpl));
-  return table;
+  TableBuilder table(UnixNUMSELECTORS);
+  FOLIO_TABLE_ENTRY(table, UnixAppGetShellWidget);
+  return table.take();
 }
 
 } // namespace folio::tables

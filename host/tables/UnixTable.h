@@ -1,5 +1,5 @@
-// UnixTable.h: the "Unix" table (version 2.2): entry 1 answers the
-// application's realised shell widget (folio/UnixHFT.h).
+// UnixTable.h: the "Unix" table (version UnixHFT_VERSION): entry 1 answers
+// the application's realised shell widget (folio/UnixHFT.h).
 #pragma once
 
 #include <vector>
@@ -12,9 +12,10 @@ class XSession;
 
 namespace folio::tables {
 
-// The entries of the table (UnixNUMSELECTORS of them, unused ones null), ready
-// for TableRegistry::add. Entry 1 answers session.shell() (null when `session`
-// is null: a host without X). The session must outlive every call.
-std::vector<FSProc> buildUnixTable(platform::XSession *session);
+// A new table of UnixNUMSELECTORS entries (see TableBuilder.h). Entry 1
+// answers session->shell() (null when `session` is null: a host without X).
+// The session must outlive every call; calling this again points the entry
+// at another session.
+std::vector<HFTEntry> makeUnixTable(platform::XSession *session);
 
 } // namespace folio::tables

@@ -1,4 +1,4 @@
-# "Core" and "Obj": adapters into the core layer.
+# "Core" and "Obj": adapters into the core layer (library folio_core_tables).
 add_library(folio_core_tables SHARED
   ${CMAKE_CURRENT_LIST_DIR}/CoreTable.cpp
   ${CMAKE_CURRENT_LIST_DIR}/ObjTable.cpp)

@@ -6,7 +6,7 @@
 // extensions.
 //
 // One Application per process is the normal case (the table adapters reach
-// the one given to buildFolioViewTable). Not thread-safe: everything runs on
+// the one given to makeFolioViewTable). Not thread-safe: everything runs on
 // the user-interface thread.
 //
 // The host's own menus, built at construction:

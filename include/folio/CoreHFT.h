@@ -8,8 +8,9 @@
  * before including to get only the numbers and prototypes (host and test host).
  *
  * Each prototype's comment ends with its Failure result: what the entry
- * answers for a null or stale handle or when the host cannot carry it out.
- * No entry raises or lets anything escape into the caller.
+ * answers for a null or stale handle (or an address that was never a handle)
+ * or when the host cannot carry it out. No entry raises or lets anything
+ * escape into the caller.
  */
 #ifndef FOLIO_CORE_HFT_H
 #define FOLIO_CORE_HFT_H

@@ -10,8 +10,9 @@
  * each call. Define FOLIO_HOST_SIDE to get only numbers and prototypes.
  *
  * Each prototype's comment ends with its Failure result: what the entry
- * answers for a null or stale handle or when the host cannot carry it out.
- * No entry raises or lets anything escape into the caller.
+ * answers for a null or stale handle (or an address that was never a handle)
+ * or when the host cannot carry it out. No entry raises or lets anything
+ * escape into the caller.
  */
 #ifndef FOLIO_VIEW_HFT_H
 #define FOLIO_VIEW_HFT_H
@@ -178,7 +179,7 @@ typedef void (*FVMenuItemExecuteSELPROTO)(FVMenuItem item);
 typedef PDPage (*FVPageViewGetPageSELPROTO)(FVPageView pageView);
 /* The zero-based number of the page shown. Failure: -1. */
 typedef FSInt32 (*FVPageViewGetPageNumSELPROTO)(FVPageView pageView);
-/* Failure: the colour is left as it was (all zero for a null view). */
+/* Failure: the colour is left as it was (all zero for a null or unknown view). */
 typedef void (*FVPageViewGetColorSELPROTO)(FVPageView pageView, PDColorValue color);
 /* Sets the colour in which outlines are drawn. Failure: the colour stays. */
 typedef void (*FVPageViewSetColorSELPROTO)(FVPageView pageView, PDColorValue color);

@@ -59,3 +59,20 @@ TEST(CoreGuard, ResultsOfClassTypePassThrough)
   got = guardCall(failure, []() -> Rect { throw std::bad_alloc(); });
   EXPECT_EQ(got.r, 0);
 }
+
+TEST(CoreGuard, AnOutParameterGetsTheResultOrTheFailure)
+{
+  using folio::guardOut;
+  int out = 5;
+  guardOut(&out, -1, [] { return 7; });
+  EXPECT_EQ(out, 7);
+  guardOut(&out, -1, []() -> int { throw std::runtime_error("no"); });
+  EXPECT_EQ(out, -1);
+  // No out parameter: nowhere to answer, so the body is not run.
+  bool ran = false;
+  guardOut(static_cast<int *>(nullptr), -1, [&] {
+    ran = true;
+    return 7;
+  });
+  EXPECT_FALSE(ran);
+}

@@ -18,6 +18,7 @@
 #include "tables/CoreTable.h"
 
 using namespace folio;
+using namespace folio::tables;
 using coretest::TempDir;
 
 namespace {

@@ -25,6 +25,7 @@
 #include "folio/UnixHFT.h"
 
 using namespace folio;
+using namespace folio::tables;
 
 namespace {
 

@@ -12,6 +12,7 @@
 #include "folio/ObjHFT.h"
 
 using namespace folio;
+using namespace folio::tables;
 
 namespace {
 int one()
@@ -203,8 +204,9 @@ TEST(CoreRegistry, ProcessCoreTableIsInProcessRegistry)
 
 TEST(CoreRegistry, ObjEntriesAreNoOpsAnsweringZero)
 {
-  const FSProc *entries = objTableEntries();
-  ASSERT_EQ(objTableEntryCount(), static_cast<std::size_t>(ObjNUMSELECTORS));
+  std::vector<HFTEntry> table = makeObjTable();
+  const FSProc *entries = table.data();
+  ASSERT_EQ(table.size(), static_cast<std::size_t>(ObjNUMSELECTORS));
   EXPECT_EQ(entries[0], nullptr);
   for (int i = 1; i < ObjNUMSELECTORS; ++i) {
     ASSERT_NE(entries[i], nullptr) << "Obj entry " << i;

@@ -6,6 +6,8 @@
 #include <csetjmp>
 #include <cstring>
 
+#include "FailingAllocations.h"
+
 #include "folio/CoreHFT.h"
 #include "folio/ObjHFT.h"
 
@@ -19,6 +21,10 @@ FSUns32 gCoreVersion;
 
 namespace {
 
+using testsupport::FailingAllocations;
+
+void NoOp() {}
+
 ExtensionID gTestExtension = reinterpret_cast<ExtensionID>(static_cast<intptr_t>(0x5150));
 
 // The extension's restore procedure, as plug-ins write it.
@@ -31,7 +37,7 @@ class CoreTable : public ::testing::Test {
 protected:
   void SetUp() override
   {
-    gCoreHFT = folio::coreTable();
+    gCoreHFT = folio::tables::coreTable();
     gCoreVersion = HANDSHAKE_V0200;
   }
 };
@@ -213,4 +219,39 @@ TEST_F(CoreTable, ReplacedEntryIsReachedAtTheNextCall)
   EXPECT_EQ(FSAtomFromString("anything"), 4242);
   ASSERT_TRUE(folio::tableRegistry().replaceEntry("Core", HANDSHAKE_V0200, FSAtomFromStringSEL, original));
   EXPECT_NE(FSAtomFromString("anything"), 4242);
+}
+
+TEST_F(CoreTable, EntriesGivenNothingUsableAnswerTheirFailureResults)
+{
+  FSAtom atom = 77;
+  EXPECT_EQ(FSAtomFromString(nullptr), FSAtomNull);
+  EXPECT_EQ(FSAtomExistsForString(nullptr, &atom), 0);
+  EXPECT_EQ(FSAtomExistsForString("CoreTable.never interned", &atom), 0);
+  EXPECT_EQ(FSAtomGetString(FSAtomNull), nullptr);
+  EXPECT_EQ(FSAtomGetString(static_cast<FSAtom>(65535)), nullptr);
+  EXPECT_EQ(FSCallbackCreate(gTestExtension, nullptr), nullptr);
+  FSCallbackDestroy(nullptr); // nothing happens
+  int notACallback = 0;
+  FSCallbackDestroy(reinterpret_cast<FSCallback>(&notACallback)); // nothing happens
+  EXPECT_EQ(FSExtensionMgrGetHFT(FSAtomNull, HANDSHAKE_V0200), nullptr);
+  EXPECT_EQ(FSGetConfiguration(FSAtomNull), nullptr);
+  const std::size_t depth = folio::exceptionFrameDepth();
+  FSPopExceptionFrame(); // with no frame of ours: ignored
+  EXPECT_EQ(folio::exceptionFrameDepth(), depth);
+}
+
+TEST_F(CoreTable, EntriesWhoseWorkThrowsGiveTheFailureResults)
+{
+  const char *name = "CoreTable.interned while allocations fail";
+  FSAtom atom = 1;
+  FSCallback callback = reinterpret_cast<FSCallback>(1);
+  {
+    FailingAllocations failing;
+    atom = FSAtomFromString(name);                                                // FSAtomNull
+    callback = FSCallbackCreate(gTestExtension, reinterpret_cast<FSProc>(&NoOp)); // null
+  }
+  EXPECT_EQ(atom, FSAtomNull);
+  EXPECT_EQ(callback, nullptr);
+  FSAtom found = 0;
+  EXPECT_EQ(FSAtomExistsForString(name, &found), 0); // nothing half made
 }

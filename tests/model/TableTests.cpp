@@ -5,13 +5,15 @@
 #include "ModelTestSupport.h"
 
 #include <cstring>
+
+#include "FailingAllocations.h"
 #include <stdexcept>
 
 #include "folio/FolioSupportHFT.h"
 #include "folio/PDModelHFT.h"
 #include "model/ModelHandles.h"
+#include "tables/FolioSupportTable.h"
 #include "tables/PDModelTable.h"
-#include "tables/SupportTable.h"
 
 HFT gFolioSupportHFT = nullptr;
 FSUns32 gFolioSupportVersion = 0;
@@ -23,6 +25,8 @@ using namespace folio::model;
 using namespace folio::modeltest;
 
 namespace {
+
+using testsupport::FailingAllocations;
 
 class ModelTables : public ModelTest {
 protected:
@@ -141,6 +145,31 @@ TEST_F(ModelTables, PathNameOfTheDocumentsFile)
   EXPECT_STREQ(pathNameString(nullptr), "");
 }
 
+TEST_F(ModelTables, AFileHandleThatIsNoLiveFileGivesNull)
+{
+  // FSFileAcquirePathName documents null for a null or stale handle.
+  EXPECT_EQ(FSFileAcquirePathName(nullptr), nullptr);
+  int notAFile = 0;
+  EXPECT_EQ(FSFileAcquirePathName(reinterpret_cast<FSFile>(&notAFile)), nullptr);
+  auto doc = Document::open(write("doc.pdf", {rectPage()}));
+  FSFile file = PDDocGetFile(toPDDoc(doc.get()));
+  ASSERT_NE(file, nullptr);
+  doc.reset(); // the file goes with its document
+  EXPECT_EQ(FSFileAcquirePathName(file), nullptr);
+}
+
+TEST_F(ModelTables, AcquiringAPathNameThatCannotBeMadeGivesNull)
+{
+  auto doc = Document::open(write("doc.pdf", {rectPage()}));
+  FSFile file = PDDocGetFile(toPDDoc(doc.get()));
+  FSPathName name = nullptr;
+  {
+    FailingAllocations failing; // the path name's allocation throws
+    name = FSFileAcquirePathName(file);
+  }
+  EXPECT_EQ(name, nullptr);
+}
+
 TEST_F(ModelTables, DocumentAndPageEntriesAnswerAsTheModel)
 {
   pdfgen::PageSpec rotated = rectPage({0, 0, 792, 612}, {300, 200, 400, 260});
@@ -242,24 +271,81 @@ TEST_F(ModelTables, AnOwnerPasswordGivenForAFileThatOpensWithoutOneGrantsEveryPe
   EXPECT_EQ(PDDocGetPermissions(toPDDoc(full.get())), static_cast<FSUns32>(pdPermAll));
 }
 
-TEST_F(ModelTables, NullHandlesGiveTheFailureResults)
+// Every PDModel entry, given handles that are no live document and page,
+// answers the failure result written beside its prototype.
+void expectFailureResults(PDDoc doc, PDPage page)
 {
-  EXPECT_EQ(PDDocGetNumPages(nullptr), 0);
-  EXPECT_EQ(PDDocGetFlags(nullptr), 0);
-  EXPECT_EQ(PDDocGetFile(nullptr), nullptr);
-  EXPECT_EQ(PDDocGetPermissions(nullptr), 0u);
-  EXPECT_EQ(PDDocAcquirePage(nullptr, 0), nullptr);
-  EXPECT_EQ(PDPageGetRotate(nullptr), 0);
+  const FixedRect zero{0, 0, 0, 0};
+  EXPECT_EQ(PDDocGetFlags(doc), 0);
+  EXPECT_EQ(PDDocGetFile(doc), nullptr);
+  EXPECT_EQ(PDDocGetNumPages(doc), 0);
+  EXPECT_EQ(PDDocAcquirePage(doc, 0), nullptr);
+  EXPECT_EQ(PDDocGetPermissions(doc), 0u);
+  EXPECT_EQ(PDPageGetRotate(page), 0);
   FixedRect r = fixedRect(1, 2, 3, 4);
-  PDPageGetMediaBox(nullptr, &r);
-  FixedRect zero{0, 0, 0, 0};
+  PDPageGetMediaBox(page, &r);
   EXPECT_RECT_EQ(r, zero);
   r = fixedRect(1, 2, 3, 4);
-  PDPageGetBBox(nullptr, &r);
+  PDPageGetCropBox(page, &r);
   EXPECT_RECT_EQ(r, zero);
-  PDPageSetCropBox(nullptr, r);
-  PDPageNotifyContentsDidChange(nullptr);
-  PDPageRelease(nullptr);
+  r = fixedRect(1, 2, 3, 4);
+  PDPageGetBBox(page, &r);
+  EXPECT_RECT_EQ(r, zero);
+  // Entries without a result: nothing happens, and nothing crashes.
+  PDPageSetCropBox(page, fixedRect(1, 2, 3, 4));
+  PDPageNotifyContentsDidChange(page);
+  PDPageRelease(page);
+}
+
+TEST_F(ModelTables, NullHandlesGiveTheFailureResults)
+{
+  expectFailureResults(nullptr, nullptr);
+}
+
+TEST_F(ModelTables, HandlesThatWereNeverHandedOutGiveTheFailureResults)
+{
+  // Addresses of something else entirely: never dereferenced as a document
+  // or page (the sanitizer build would see it).
+  struct {
+    char bytes[64] = {};
+  } notADocument, notAPage;
+  expectFailureResults(reinterpret_cast<PDDoc>(&notADocument), reinterpret_cast<PDPage>(&notAPage));
+}
+
+TEST_F(ModelTables, HandlesOfAClosedDocumentGiveTheFailureResults)
+{
+  auto doc = Document::open(write("doc.pdf", {rectPage(), rectPage()}));
+  PDDoc pd = toPDDoc(doc.get());
+  PDPage page = PDDocAcquirePage(pd, 0);
+  ASSERT_NE(page, nullptr);
+  ASSERT_EQ(PDDocGetNumPages(pd), 2);
+  doc.reset();
+  expectFailureResults(pd, page);
+}
+
+TEST_F(ModelTables, EntriesWhoseWorkThrowsGiveTheFailureResults)
+{
+  auto doc = Document::open(write("doc.pdf", {rectPage(), rectPage()}));
+  PDDoc pd = toPDDoc(doc.get());
+  PDPage page = PDDocAcquirePage(pd, 0);
+  ASSERT_NE(page, nullptr);
+  FixedRect before;
+  PDPageGetCropBox(page, &before);
+  const FixedRect zero{0, 0, 0, 0};
+  FixedRect bbox = fixedRect(1, 2, 3, 4);
+  PDPage second = nullptr;
+  {
+    FailingAllocations failing;
+    second = PDDocAcquirePage(pd, 1);                // the page object cannot be made: null
+    PDPageSetCropBox(page, fixedRect(9, 9, 99, 99)); // the crop box stays as it was
+    PDPageGetBBox(page, &bbox);                      // the all-zero rectangle
+  }
+  EXPECT_EQ(second, nullptr);
+  FixedRect after;
+  PDPageGetCropBox(page, &after);
+  EXPECT_RECT_EQ(after, before);
+  EXPECT_RECT_EQ(bbox, zero);
+  PDPageRelease(page);
 }
 
 TEST_F(ModelTables, AcquiringAPageOutOfRangeGivesNull)

@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "FailingAllocations.h"
+
 #include "TableHost.h"
 #include "folio/FolioViewHFT.h"
 
@@ -11,6 +13,8 @@ HFT gFolioViewHFT = nullptr;
 FSUns32 gFolioViewVersion = 0;
 
 namespace {
+
+using testsupport::FailingAllocations;
 
 struct ViewTable : ::testing::Test {
   void SetUp() override
@@ -402,29 +406,112 @@ TEST_F(ViewTable, ToolButtonProceduresGetTheirClientData)
   EXPECT_EQ(gExecuteData, &tool);
 }
 
-TEST_F(ViewTable, NullAndStaleHandlesAreHarmless)
+// Every FolioView entry that takes a handle, given handles none of which is
+// a live object of its kind, answers the failure result written beside its
+// prototype.
+static void expectBarFailureResults(FVMenubar menubar, FVToolBar toolBar)
 {
+  EXPECT_EQ(FVMenubarAcquireMenuByName(menubar, "Tools"), nullptr);
+  EXPECT_EQ(FVMenubarAcquireMenuItemByName(menubar, "Hand"), nullptr);
+  EXPECT_EQ(FVToolBarGetButtonByName(toolBar, tablehost::atom("Hand")), nullptr);
+  EXPECT_EQ(FVToolBarIsRoomFor(toolBar, 1, 0), 0);
+  FVToolButton b = FVToolButtonNew(tablehost::atom("Orphan"), nullptr, 0, 0);
+  FVToolBarAddButton(toolBar, b, 1, nullptr); // the button is not added
+  EXPECT_EQ(FVToolBarGetButtonByName(FVAppGetToolBar(), tablehost::atom("Orphan")), nullptr);
+  FVToolBarAddButton(FVAppGetToolBar(), b, 1, nullptr); // now the tool bar owns it, and frees it
+}
+
+static void expectFailureResults(FVDoc doc, FVPageView pv)
+{
+  EXPECT_EQ(FVDocClose(doc, 1), 0);
+  EXPECT_EQ(FVDocGetPDDoc(doc), nullptr);
+  EXPECT_EQ(FVDocGetPageView(doc), nullptr);
+  EXPECT_EQ(FVPageViewGetPage(pv), nullptr);
+  EXPECT_EQ(FVPageViewGetPageNum(pv), -1);
+  PDColorValueRec color;
+  std::memset(&color, 0x5A, sizeof color);
+  FVPageViewGetColor(pv, &color); // all zero for a view that is not there
+  PDColorValueRec zeroColor;
+  std::memset(&zeroColor, 0, sizeof zeroColor);
+  EXPECT_EQ(std::memcmp(&color, &zeroColor, sizeof color), 0);
   FVRect r = {1, 2, 3, 4};
   FixedRect f = {1, 2, 3, 4};
-  FVPageViewRectToDevice(nullptr, &f, &r);
+  FVPageViewRectToDevice(pv, &f, &r);
   EXPECT_EQ(r.left, 0);
+  EXPECT_EQ(r.top, 0);
+  EXPECT_EQ(r.right, 0);
   EXPECT_EQ(r.bottom, 0);
-  FVPageViewDeviceRectToPage(nullptr, &r, &f);
+  r = {1, 2, 3, 4};
+  FVPageViewDeviceRectToPage(pv, &r, &f);
+  EXPECT_EQ(f.left, 0);
   EXPECT_EQ(f.top, 0);
-  FVPageViewInvalidateRect(nullptr, &r);
-  FVPageViewDrawNow(nullptr);
-  FVPageViewDrawRectOutline(nullptr, &r, 1, nullptr, 0);
-  EXPECT_EQ(FVPageViewGetPage(nullptr), nullptr);
-  EXPECT_EQ(FVPageViewGetPageNum(nullptr), -1);
-  EXPECT_EQ(FVMenubarAcquireMenuByName(nullptr, "Tools"), nullptr);
+  EXPECT_EQ(f.right, 0);
+  EXPECT_EQ(f.bottom, 0);
+  FVRect res = {9, 9, 9, 9};
+  FVPageViewDragOutNewRect(pv, 10, 20, &res); // the empty rectangle at the press point
+  EXPECT_EQ(res.left, 10);
+  EXPECT_EQ(res.top, 20);
+  EXPECT_EQ(res.right, 10);
+  EXPECT_EQ(res.bottom, 20);
+  FVRect start = {5, 6, 7, 8};
+  FVPageViewDragRect(pv, 6, 7, &start, &res, 0, nullptr); // the start rectangle
+  EXPECT_EQ(res.left, 5);
+  EXPECT_EQ(res.top, 6);
+  EXPECT_EQ(res.right, 7);
+  EXPECT_EQ(res.bottom, 8);
+  // Entries without a result: nothing happens, and nothing crashes.
+  PDColorValueRec red = zeroColor;
+  red.value[0] = fixedOne;
+  FVPageViewSetColor(pv, &red);
+  FVPageViewInvalidateRect(pv, &r);
+  FVPageViewInvalidateRect(pv, nullptr);
+  FVPageViewDrawNow(pv);
+  FVPageViewDrawRectOutline(pv, &r, 1, nullptr, 0);
+}
+
+TEST_F(ViewTable, NullHandlesGiveTheFailureResults)
+{
+  expectFailureResults(nullptr, nullptr);
+  expectBarFailureResults(nullptr, nullptr);
+  // Menus, items and buttons are checked for null.
+  EXPECT_EQ(FVMenuGetMenuItemIndex(nullptr, nullptr), -1);
+  EXPECT_EQ(FVMenuItemAcquire(nullptr), nullptr);
+  FVMenuRelease(nullptr);
+  FVMenuAddMenuItem(nullptr, nullptr, 0);
   FVMenuItemRelease(nullptr);
   FVMenuItemRemove(nullptr);
+  FVMenuItemSetExecuteProc(nullptr, nullptr, nullptr);
+  FVMenuItemSetComputeEnabledProc(nullptr, nullptr, nullptr);
+  FVMenuItemSetComputeMarkedProc(nullptr, nullptr, nullptr);
   FVMenuItemExecute(nullptr);
-  FVMenuAddMenuItem(nullptr, nullptr, 0);
-  EXPECT_EQ(FVToolBarIsRoomFor(nullptr, 1, 0), 0);
+  FVToolButtonSetExecuteProc(nullptr, nullptr, nullptr);
+  FVToolButtonSetComputeEnabledProc(nullptr, nullptr, nullptr);
+  FVToolButtonSetComputeMarkedProc(nullptr, nullptr, nullptr);
+  FVToolButtonSetHelpText(nullptr, "help");
   FVAppRegisterForPageViewDrawing(nullptr, nullptr);
   EXPECT_EQ(tablehost::drawingCount(), 0);
   EXPECT_EQ(FVDocOpenFromFile(nullptr, nullptr, nullptr), nullptr);
+}
+
+TEST_F(ViewTable, HandlesThatWereNeverHandedOutGiveTheFailureResults)
+{
+  // Addresses of something else entirely: never dereferenced as the
+  // application's objects (the sanitizer build would see it).
+  struct Junk {
+    char bytes[256] = {};
+  } doc, pv, menubar, toolBar, pathName;
+  expectFailureResults(reinterpret_cast<FVDoc>(&doc), reinterpret_cast<FVPageView>(&pv));
+  expectBarFailureResults(reinterpret_cast<FVMenubar>(&menubar), reinterpret_cast<FVToolBar>(&toolBar));
+  EXPECT_EQ(FVDocOpenFromFile(reinterpret_cast<FSPathName>(&pathName), nullptr, nullptr), nullptr);
+}
+
+TEST_F(ViewTable, HandlesOfAClosedDocumentGiveTheFailureResults)
+{
+  FVDoc doc = tablehost::openPage(300, 200, 0);
+  FVPageView pv = FVDocGetPageView(doc);
+  ASSERT_NE(pv, nullptr);
+  ASSERT_EQ(FVDocClose(doc, 1), 1);
+  expectFailureResults(doc, pv);
 }
 
 TEST_F(ViewTable, EntriesAnswerTheirFailureResultWhenTheFrontEndThrows)
@@ -454,4 +541,57 @@ TEST_F(ViewTable, EntriesAnswerTheirFailureResultWhenTheFrontEndThrows)
   mon->setDuration(2, monData);
   mon->setCurrValue(1, monData);
   mon->endOperation(monData);
+}
+
+TEST_F(ViewTable, DragRectAnswersTheStartRectangleWhenTheFrontEndThrows)
+{
+  FVDoc doc = tablehost::openPage(300, 200, 0);
+  FVPageView pv = FVDocGetPageView(doc);
+  tablehost::useThrowingPorts();
+  FVRect start = {5, 6, 70, 80};
+  FVRect res = {9, 9, 9, 9};
+  FVPageViewDragRect(pv, 6, 7, &start, &res, 0, nullptr);
+  EXPECT_EQ(res.left, 5);
+  EXPECT_EQ(res.top, 6);
+  EXPECT_EQ(res.right, 70);
+  EXPECT_EQ(res.bottom, 80);
+  FVPageViewDragRect(pv, 6, 7, nullptr, &res, 0, nullptr); // all zero when none was given
+  EXPECT_EQ(res.left, 0);
+  EXPECT_EQ(res.top, 0);
+  EXPECT_EQ(res.right, 0);
+  EXPECT_EQ(res.bottom, 0);
+}
+
+TEST_F(ViewTable, EntriesWhoseWorkThrowsGiveTheFailureResults)
+{
+  FVMenubar menubar = FVAppGetMenubar();
+  FVMenu tools = FVMenubarAcquireMenuByName(menubar, "Tools");
+  ASSERT_NE(tools, nullptr);
+  FVMenuItem item = FVMenuItemNew("Item", "Item", nullptr, 0, 0, 0, nullptr, nullptr);
+  FSPathName path = tablehost::pathOfNewPdf(false);
+  FSCallback draw = tablehost::callback(reinterpret_cast<FSProc>(&RedOutline));
+  const std::vector<std::string> menuBefore = tablehost::menuNames("Tools");
+  FVMenu newMenu = reinterpret_cast<FVMenu>(1);
+  FVMenuItem newItem = reinterpret_cast<FVMenuItem>(1);
+  FVToolButton newButton = reinterpret_cast<FVToolButton>(1);
+  FVDoc opened = reinterpret_cast<FVDoc>(1);
+  const FSAtom newName = tablehost::atom("New"); // made before allocations fail
+  {
+    FailingAllocations failing;
+    newMenu = FVMenuNew("Menu", "Menu", nullptr);                              // null
+    newItem = FVMenuItemNew("New", "New", nullptr, 0, 0, 0, nullptr, nullptr); // null
+    newButton = FVToolButtonNew(newName, nullptr, 0, 0);                       // null
+    FVMenuAddMenuItem(tools, item, FVMenuAppendIndex);                         // not added
+    FVAppRegisterForPageViewDrawing(draw, nullptr);                            // not registered
+    opened = FVDocOpenFromFile(path, nullptr, nullptr);                        // null
+  }
+  EXPECT_EQ(newMenu, nullptr);
+  EXPECT_EQ(newItem, nullptr);
+  EXPECT_EQ(newButton, nullptr);
+  EXPECT_EQ(opened, nullptr);
+  EXPECT_EQ(tablehost::menuNames("Tools"), menuBefore);
+  EXPECT_EQ(tablehost::drawingCount(), 0);
+  EXPECT_EQ(FVAppGetActiveDoc(), nullptr);
+  FVMenuItemRelease(item);
+  FVMenuRelease(tools);
 }

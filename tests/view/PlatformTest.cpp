@@ -295,7 +295,7 @@ TEST_F(ViewPlatform, UnixTableAnswersTheShell)
   if (folio::platform::findProgram("Xvfb").empty())
     GTEST_SKIP() << "no Xvfb on this machine";
   auto session = XSession::open();
-  std::vector<FSProc> table = folio::tables::buildUnixTable(session.get());
+  std::vector<FSProc> table = folio::tables::makeUnixTable(session.get());
   ASSERT_EQ(table.size(), static_cast<size_t>(UnixNUMSELECTORS));
   EXPECT_EQ(table[0], nullptr);
   auto entry = reinterpret_cast<UnixAppGetShellWidgetSELPROTO>(table[UnixAppGetShellWidgetSEL]);
@@ -305,7 +305,7 @@ TEST_F(ViewPlatform, UnixTableAnswersTheShell)
 
 TEST_F(ViewPlatform, UnixTableWithoutASessionAnswersNull)
 {
-  std::vector<FSProc> table = folio::tables::buildUnixTable(nullptr);
+  std::vector<FSProc> table = folio::tables::makeUnixTable(nullptr);
   auto entry = reinterpret_cast<UnixAppGetShellWidgetSELPROTO>(table[UnixAppGetShellWidgetSEL]);
   EXPECT_EQ(entry(), nullptr);
 }

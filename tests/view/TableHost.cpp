@@ -44,7 +44,7 @@ HFT start()
   gPorts = std::make_unique<viewtest::RecordingPorts>();
   gApp = std::make_unique<Application>();
   gApp->setPorts(gPorts->ports());
-  gTable = folio::tables::buildFolioViewTable(*gApp);
+  gTable = folio::tables::makeFolioViewTable(*gApp);
   return gTable.data();
 }
 
