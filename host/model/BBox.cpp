@@ -825,6 +825,11 @@ struct AheadJob {
   enum State { Queued, Running, Done } state = Queued;
   bool found = false, failed = false;
   fz_rect box = fz_empty_rect;
+  // Each page's work has its own budget, wherever it runs: `spent` is the
+  // time its display list took on the calling thread, `stop` why it was
+  // stopped over budget (the list or the measuring).
+  double spent = 0;
+  PageWork::Stop stop = PageWork::Stop::None;
 };
 
 // Workers: how many threads measure ahead (0: none). One per core; the
@@ -884,13 +889,20 @@ public:
     return std::any_of(jobs_.begin(), jobs_.end(), [&](const auto &j) { return j->page == page; });
   }
 
-  // Queues page `page` with its display list (taken over) and media box.
-  void add(int page, fz_display_list *list, fz_rect media)
+  // Queues page `page` with its display list (taken over), media box and the
+  // seconds the list took. Without a list, `stop` says why its work was
+  // stopped: the page is answered as over budget.
+  void add(int page, fz_display_list *list, fz_rect media, double spent = 0,
+           PageWork::Stop stop = PageWork::Stop::None)
   {
     auto job = std::make_unique<AheadJob>();
     job->page = page;
     job->list = list;
     job->media = media;
+    job->spent = spent;
+    job->stop = stop;
+    if (!list)
+      job->state = AheadJob::Done;
     {
       std::lock_guard<std::mutex> lock(m_);
       jobs_.push_back(std::move(job));
@@ -908,8 +920,9 @@ public:
   void setNext(int page) { next_ = page; }
 
   // Waits for page `page` (queued) while `topUp` queues more pages; returns
-  // its result and forgets it. False when it failed ahead.
-  template <class TopUp> bool take(int page, TopUp &&topUp, bool &found, fz_rect &box)
+  // its result and forgets it. False when it failed ahead; `stop` tells a
+  // page whose own work went over its budget.
+  template <class TopUp> bool take(int page, TopUp &&topUp, bool &found, fz_rect &box, PageWork::Stop &stop)
   {
     expected_ = page + 1;
     for (;;) {
@@ -919,7 +932,8 @@ public:
         if (it == jobs_.end())
           return false;
         if ((*it)->state == AheadJob::Done) {
-          bool ok = !(*it)->failed;
+          stop = (*it)->stop;
+          bool ok = !(*it)->failed || stop != PageWork::Stop::None;
           found = (*it)->found;
           box = (*it)->box;
           jobs_.erase(it);
@@ -929,6 +943,7 @@ public:
           // The caller's own page work may be stopped meanwhile (its budget
           // or the user's cancel): then it stops waiting, and the workers too.
           cv_.wait_for(lock, std::chrono::milliseconds(20));
+          pollCancelHere(); // the user's cancel, while the caller allocates nothing
           if (fz_cookie *mine = pageWorkCookie(ctx_); mine && mine->abort) {
             for (auto &j : jobs_)
               j->cookie.abort = 1;
@@ -965,16 +980,24 @@ private:
         break;
       bool found = false, failed = false;
       fz_rect box = fz_empty_rect;
-      try {
-        engineCall(ctx, ModelErrorKind::Engine, "",
-                   [&] { found = measureInk(ctx, job->list, job->media, &job->cookie, box); });
-      } catch (const ModelError &) {
-        failed = true;
+      PageWork::Stop stop = PageWork::Stop::None;
+      {
+        // The page's own budget, on this thread, counting the time its list
+        // took; its cookie is the job's, which a cancel aborts too.
+        PageWork work(ctx, PageWork::Own{&job->cookie, job->spent});
+        try {
+          engineCall(ctx, ModelErrorKind::Engine, "",
+                     [&] { found = measureInk(ctx, job->list, job->media, &job->cookie, box); });
+        } catch (const ModelError &) {
+          failed = true;
+        }
+        stop = work.stopped();
       }
       fz_drop_display_list(ctx, job->list);
       {
         std::lock_guard<std::mutex> lock(m_);
         job->list = nullptr;
+        job->stop = stop;
         job->found = found;
         job->failed = failed || job->cookie.abort; // an aborted run leaves a partial answer
         job->box = box;
@@ -1010,8 +1033,10 @@ namespace {
 
 // A page's display list for measuring ahead, built on the calling thread
 // (the only one that reads the document) and owned by the caller; null when
-// it cannot be built (the page is then measured on the calling thread).
-fz_display_list *listForAhead(DocumentImpl &d, int index, fz_rect &media)
+// it cannot be built (the page is then measured on the calling thread, or
+// answered as over budget when `stop` says its work was stopped). Built in a
+// page work of its own: the page asked for now is not charged for it.
+fz_display_list *listForAhead(DocumentImpl &d, int index, fz_rect &media, double &spent, PageWork::Stop &stop)
 {
   pdf_page *page = nullptr;
   try {
@@ -1021,13 +1046,23 @@ fz_display_list *listForAhead(DocumentImpl &d, int index, fz_rect &media)
   }
   fz_display_list *list = nullptr;
   fz_context *ctx = d.ctx;
-  try {
-    engineCall(ctx, ModelErrorKind::Engine, "", [&] {
-      media = pageMediaBox(d, page->obj);
-      list = buildDisplayList(d, page, pageWorkCookie(ctx));
-    });
-  } catch (const ModelError &) {
-    list = nullptr;
+  {
+    PageWork work(ctx, PageWork::Own{});
+    try {
+      engineCall(ctx, ModelErrorKind::Engine, "", [&] {
+        media = pageMediaBox(d, page->obj);
+        list = buildDisplayList(d, page, work.cookie());
+      });
+    } catch (const ModelError &) {
+      list = nullptr;
+    }
+    spent = work.elapsed();
+    stop = work.stopped();
+    if (stop != PageWork::Stop::None) {
+      // An aborted run leaves a partial list: it must not pass for the page.
+      fz_drop_display_list(ctx, list);
+      list = nullptr;
+    }
   }
   fz_drop_page(ctx, reinterpret_cast<fz_page *>(page));
   return list;
@@ -1042,9 +1077,11 @@ struct TopUp {
   {
     int page = ahead.next();
     fz_rect media = fz_empty_rect;
-    fz_display_list *list = listForAhead(d, page, media);
-    if (list)
-      ahead.add(page, list, media);
+    double spent = 0;
+    PageWork::Stop stop = PageWork::Stop::None;
+    fz_display_list *list = listForAhead(d, page, media, spent, stop);
+    if (list || (stop != PageWork::Stop::None && stop != PageWork::Stop::Cancelled))
+      ahead.add(page, list, media, spent, stop);
     else
       ahead.setNext(page + 1); // measured on the calling thread when asked for
   }
@@ -1077,9 +1114,14 @@ FixedRect Page::measureBBox()
       topUp.one();
     bool found = false;
     fz_rect box = fz_empty_rect;
-    bool ok = d.ahead->take(index_, topUp, found, box);
+    PageWork::Stop stop = PageWork::Stop::None;
+    bool ok = d.ahead->take(index_, topUp, found, box, stop);
     if (index_ + 1 >= d.pageCount)
       stopBBoxAhead(d); // the last page: nothing left to measure ahead
+    if (ok && stop != PageWork::Stop::None) {
+      stopPageWorkHere(stop); // bbox() gives the verdict of the page's own work
+      return cropBox();
+    }
     if (ok)
       return found ? toFixedRect(box) : cropBox(); // a page without marks: its crop box as it is now
     // not measured ahead (its list could not be built, or measuring failed):

@@ -1,11 +1,13 @@
 // Budget.cpp: counted engine allocations, deadlines and cancellation of the
-// work for one page (see Budget.h).
+// work for one page, one budget per thread (see Budget.h).
 #include "model/BudgetEngine.h"
 
 #include "model/Engine.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -36,6 +38,12 @@ PageBudget &budgetSlot()
   return b;
 }
 
+std::mutex &budgetMutex()
+{
+  static std::mutex m;
+  return m;
+}
+
 double nowSeconds()
 {
   using namespace std::chrono;
@@ -46,54 +54,58 @@ double nowSeconds()
 constexpr size_t kHeader = alignof(std::max_align_t) > sizeof(size_t) ? alignof(std::max_align_t)
                                                                       : sizeof(size_t);
 
+constexpr double kPollInterval = 0.05; // seconds between calls of a thread's cancel poll
+
 } // namespace
 
-// Shared by a context and its clones (the bounding-box workers allocate
-// through it from their own threads), so every field is atomic.
+// What a context and its clones share: the bytes the engine holds through
+// them now, from every thread (for the record; budgets are per work).
 struct Meter {
-  std::atomic<size_t> used{0};     // bytes the engine holds now
-  std::atomic<int> depth{0};       // PageWorks running (nested)
-  std::atomic<size_t> limit{0};    // while one runs: used may not pass this
-  std::atomic<double> deadline{0}; // while one runs: monotonic seconds
-  std::atomic<unsigned> ticks{0};  // allocations since the last look at the clock
-  // Set by the engine's thread and by the watchdog.
+  std::atomic<size_t> used{0};
+};
+
+// One page's work on one thread. Owned by the PageWork that started it;
+// read by the watchdog (under gWatchMutex) while it is listed there.
+struct PageWorkState {
+  PageWorkState *outer = nullptr;  // the work this one interrupted on its thread
+  int joined = 0;                  // PageWorks that joined this one
+  long long held = 0;              // net bytes allocated on the thread (that thread only)
+  long long limit = 0;             // held may not pass this
+  double started = 0;              // monotonic seconds
+  double pausedAt = 0;             // while an inner work of its own runs
+  double pausedFor = 0;            // seconds the clock stood still
+  unsigned ticks = 0;              // allocations since the last look at the clock
+  std::atomic<double> deadline{0}; // monotonic seconds
+  std::atomic<bool> paused{false};
   std::atomic<PageWork::Stop> stop{PageWork::Stop::None};
-  fz_cookie cookie{};
+  fz_cookie own{};
+  fz_cookie *cookie = &own;
 
   void halt(PageWork::Stop why)
   {
     PageWork::Stop none = PageWork::Stop::None;
     stop.compare_exchange_strong(none, why);
-    cookie.abort = 1;
-  }
-
-  // True when the running work may go on; otherwise stops it.
-  bool mayGoOn(size_t more)
-  {
-    if (depth == 0)
-      return true;
-    if (stop.load() == PageWork::Stop::None) {
-      if (gCancel.load(std::memory_order_relaxed))
-        halt(PageWork::Stop::Cancelled);
-      else if (size_t l = limit.load(), u = used.load(); more > l || u > l - more)
-        halt(PageWork::Stop::Memory);
-      else if ((++ticks & 63) == 0 && nowSeconds() > deadline)
-        halt(PageWork::Stop::Time);
-    }
-    return stop.load() == PageWork::Stop::None;
+    // The engine reads the flag without synchronisation between operations;
+    // an int store is what it expects.
+    __atomic_store_n(&cookie->abort, 1, __ATOMIC_RELAXED);
   }
 };
 
 namespace {
 
+thread_local PageWorkState *tWork = nullptr; // the work current on this thread
+thread_local CancelPoll tPoll = nullptr;
+thread_local void *tPollUser = nullptr;
+thread_local double tLastPoll = 0;
+
 // The watchdog: work that neither allocates nor finishes (an interpreter
 // running through millions of operators that draw nothing) is stopped by a
-// thread that looks at the running works' deadlines and at the cancel
-// request every 20 ms and aborts their cookies, which the engine checks
-// between operators.
-// Never destroyed: the detached watchdog may wake while the process exits.
+// thread that looks at every live work's deadline and at the cancel request
+// every 20 ms and aborts their cookies, which the engine checks between
+// operators. Never destroyed: the detached watchdog may wake while the
+// process exits.
 std::mutex &gWatchMutex = *new std::mutex;
-std::vector<Meter *> &gWatched = *new std::vector<Meter *>; // meters with a PageWork running
+std::vector<PageWorkState *> &gWatched = *new std::vector<PageWorkState *>;
 
 void watch()
 {
@@ -102,16 +114,16 @@ void watch()
     std::lock_guard<std::mutex> lock(gWatchMutex);
     double now = nowSeconds();
     bool cancel = gCancel.load(std::memory_order_relaxed);
-    for (Meter *m : gWatched) {
+    for (PageWorkState *w : gWatched) {
       if (cancel)
-        m->halt(PageWork::Stop::Cancelled);
-      else if (now > m->deadline)
-        m->halt(PageWork::Stop::Time);
+        w->halt(PageWork::Stop::Cancelled);
+      else if (!w->paused.load() && now > w->deadline.load())
+        w->halt(PageWork::Stop::Time);
     }
   }
 }
 
-void startWatching(Meter *m)
+void startWatching(PageWorkState *w)
 {
   static std::once_flag started;
   std::call_once(started, [] {
@@ -122,33 +134,78 @@ void startWatching(Meter *m)
     }
   });
   std::lock_guard<std::mutex> lock(gWatchMutex);
-  gWatched.push_back(m);
+  gWatched.push_back(w);
 }
 
-void stopWatching(Meter *m)
+void stopWatching(PageWorkState *w)
 {
   std::lock_guard<std::mutex> lock(gWatchMutex);
   for (size_t i = 0; i < gWatched.size(); ++i)
-    if (gWatched[i] == m) {
+    if (gWatched[i] == w) {
       gWatched.erase(gWatched.begin() + static_cast<std::ptrdiff_t>(i));
       break;
     }
 }
 
-} // namespace
+// Stops every work of this thread as cancelled (the front end's poll said so).
+void cancelThisThread()
+{
+  for (PageWorkState *w = tWork; w; w = w->outer)
+    w->halt(PageWork::Stop::Cancelled);
+}
 
-namespace {
+// Asks the thread's cancel poll, when one is installed, a work runs and the
+// last call is long enough ago.
+void pollAt(double now)
+{
+  if (!tPoll || !tWork || now - tLastPoll < kPollInterval)
+    return;
+  tLastPoll = now;
+  if (tPoll(tPollUser))
+    cancelThisThread();
+}
+
+// True when the work current on this thread may take `more` bytes; otherwise
+// stops it. Without a current work, always true.
+bool mayGoOn(size_t more)
+{
+  PageWorkState *w = tWork;
+  if (!w)
+    return true;
+  if (w->stop.load() == PageWork::Stop::None) {
+    if (gCancel.load(std::memory_order_relaxed)) {
+      w->halt(PageWork::Stop::Cancelled);
+    } else if (more > static_cast<size_t>(INT64_MAX / 2) ||
+               w->held + static_cast<long long>(more) > w->limit) {
+      w->halt(PageWork::Stop::Memory);
+    } else if ((++w->ticks & 63) == 0) {
+      double now = nowSeconds();
+      if (now > w->deadline.load())
+        w->halt(PageWork::Stop::Time);
+      else
+        pollAt(now);
+    }
+  }
+  return w->stop.load() == PageWork::Stop::None;
+}
+
+void charge(long long bytes)
+{
+  if (PageWorkState *w = tWork)
+    w->held += bytes;
+}
 
 void *meteredMalloc(void *user, size_t size)
 {
   auto *m = static_cast<Meter *>(user);
-  if (size > SIZE_MAX - kHeader || !m->mayGoOn(size))
+  if (size > SIZE_MAX - kHeader || !mayGoOn(size))
     return nullptr;
   auto *p = static_cast<unsigned char *>(std::malloc(size + kHeader));
   if (!p)
     return nullptr;
   std::memcpy(p, &size, sizeof size);
   m->used += size;
+  charge(static_cast<long long>(size));
   return p + kHeader;
 }
 
@@ -161,6 +218,7 @@ void meteredFree(void *user, void *ptr)
   size_t size;
   std::memcpy(&size, p, sizeof size);
   m->used -= size;
+  charge(-static_cast<long long>(size));
   std::free(p);
 }
 
@@ -176,16 +234,19 @@ void *meteredRealloc(void *user, void *ptr, size_t size)
   unsigned char *p = static_cast<unsigned char *>(ptr) - kHeader;
   size_t old;
   std::memcpy(&old, p, sizeof old);
-  if (size > SIZE_MAX - kHeader || (size > old && !m->mayGoOn(size - old)))
+  if (size > SIZE_MAX - kHeader || (size > old && !mayGoOn(size - old)))
     return nullptr;
   auto *q = static_cast<unsigned char *>(std::realloc(p, size + kHeader));
   if (!q)
     return nullptr;
   std::memcpy(q, &size, sizeof size);
-  if (size >= old)
+  if (size >= old) {
     m->used += size - old;
-  else
+    charge(static_cast<long long>(size - old));
+  } else {
     m->used -= old - size;
+    charge(-static_cast<long long>(old - size));
+  }
   return q + kHeader;
 }
 
@@ -198,11 +259,13 @@ Meter *meterOf(fz_context *ctx)
 
 PageBudget pageBudget()
 {
+  std::lock_guard<std::mutex> lock(budgetMutex());
   return budgetSlot();
 }
 
 void setPageBudget(const PageBudget &budget)
 {
+  std::lock_guard<std::mutex> lock(budgetMutex());
   budgetSlot() = budget;
 }
 
@@ -238,53 +301,121 @@ void clearCancelPageWork()
   gCancel.store(false, std::memory_order_relaxed);
 }
 
-fz_cookie *pageWorkCookie(fz_context *ctx)
+CancelPoll setCancelPoll(CancelPoll poll, void *user, void **previousUser)
 {
-  Meter *m = meterOf(ctx);
-  return m && m->depth > 0 ? &m->cookie : nullptr;
+  CancelPoll previous = tPoll;
+  if (previousUser)
+    *previousUser = tPollUser;
+  tPoll = poll;
+  tPollUser = user;
+  tLastPoll = 0;
+  return previous;
 }
 
-PageWork::PageWork(fz_context *ctx) : meter_(meterOf(ctx)), outer_(meter_ && meter_->depth == 0)
+fz_cookie *pageWorkCookie(fz_context *ctx)
 {
-  if (!meter_)
+  return meterOf(ctx) && tWork ? tWork->cookie : nullptr;
+}
+
+PageWork::PageWork(fz_context *ctx) : state_(nullptr), owner_(false)
+{
+  if (!meterOf(ctx))
     return;
-  if (outer_) {
-    PageBudget b = pageBudget();
-    meter_->cookie = fz_cookie{};
-    meter_->stop = Stop::None;
-    meter_->ticks = 0;
-    meter_->limit = meter_->used + b.bytes;
-    meter_->deadline = nowSeconds() + b.seconds;
-    startWatching(meter_);
+  if (tWork) {
+    state_ = tWork;
+    ++state_->joined;
+    return;
   }
-  ++meter_->depth;
+  start(Own{});
+}
+
+PageWork::PageWork(fz_context *ctx, const Own &own) : state_(nullptr), owner_(false)
+{
+  if (meterOf(ctx))
+    start(own);
+}
+
+void PageWork::start(const Own &own)
+{
+  PageBudget b = pageBudget();
+  auto *w = new PageWorkState();
+  if (own.cookie)
+    w->cookie = own.cookie;
+  double now = nowSeconds();
+  w->started = now - own.spent;
+  w->limit = static_cast<long long>(std::min<size_t>(b.bytes, INT64_MAX / 2));
+  w->deadline = w->started + b.seconds;
+  w->outer = tWork;
+  if (PageWorkState *outer = w->outer) {
+    outer->pausedAt = now;
+    outer->paused = true;
+  }
+  if (gCancel.load(std::memory_order_relaxed))
+    w->halt(Stop::Cancelled);
+  tWork = w;
+  state_ = w;
+  owner_ = true;
+  startWatching(w);
 }
 
 PageWork::~PageWork()
 {
-  if (!meter_)
+  if (!state_)
     return;
-  if (outer_)
-    stopWatching(meter_);
-  --meter_->depth;
+  if (!owner_) {
+    --state_->joined;
+    return;
+  }
+  stopWatching(state_);
+  tWork = state_->outer;
+  if (PageWorkState *outer = state_->outer) {
+    double stood = nowSeconds() - outer->pausedAt;
+    outer->pausedFor += stood;
+    outer->deadline = outer->deadline.load() + stood;
+    outer->paused = false;
+  }
+  delete state_;
 }
 
 fz_cookie *PageWork::cookie()
 {
-  return meter_ ? &meter_->cookie : nullptr;
+  return state_ ? state_->cookie : nullptr;
 }
 
 PageWork::Stop PageWork::stopped() const
 {
-  if (!meter_)
+  if (!state_)
     return Stop::None;
-  Stop stop = meter_->stop.load();
+  Stop stop = state_->stop.load();
   // A deadline passed since the last look is seen here too.
   if (stop == Stop::None && gCancel.load(std::memory_order_relaxed))
     return Stop::Cancelled;
-  if (stop == Stop::None && nowSeconds() > meter_->deadline)
+  if (stop == Stop::None && !state_->paused.load() && nowSeconds() > state_->deadline.load())
     return Stop::Time;
   return stop;
+}
+
+double PageWork::elapsed() const
+{
+  if (!state_)
+    return 0;
+  return nowSeconds() - state_->started - state_->pausedFor;
+}
+
+long long PageWork::heldBytes() const
+{
+  return state_ ? state_->held : 0;
+}
+
+void pollCancelHere()
+{
+  pollAt(nowSeconds());
+}
+
+void stopPageWorkHere(PageWork::Stop why)
+{
+  if (PageWorkState *w = tWork; w && why != PageWork::Stop::None)
+    w->halt(why);
 }
 
 } // namespace folio::model

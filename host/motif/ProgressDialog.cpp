@@ -4,6 +4,7 @@
 #include "motif/WindowNames.h"
 
 #include <X11/Xlib.h>
+#include <X11/keysym.h>
 #include <Xm/DialogS.h>
 #include <Xm/DrawingA.h>
 #include <Xm/Form.h>
@@ -162,6 +163,32 @@ void ProgressDialog::pump()
   // Only what is already queued: the operation must not wait for input.
   while (shell_ && (XtAppPending(app) & XtIMXEvent))
     XtAppProcessEvent(app, XtIMXEvent);
+}
+
+bool ProgressDialog::cancelPending()
+{
+  if (!shell_ || !XtIsRealized(cancel_))
+    return false;
+  sawCancel_ = false;
+  XEvent event;
+  // The predicate sees every queued event, those read from the connection
+  // now included, and accepts none: nothing is taken from the queue.
+  XCheckIfEvent(XtDisplay(shell_), &event, &ProgressDialog::isCancelEvent, reinterpret_cast<XPointer>(this));
+  return sawCancel_;
+}
+
+Bool ProgressDialog::isCancelEvent(Display *, XEvent *event, XPointer self)
+{
+  auto *d = reinterpret_cast<ProgressDialog *>(self);
+  if (event->type == ButtonRelease && event->xbutton.window == XtWindow(d->cancel_)) {
+    d->sawCancel_ = true;
+  } else if (event->type == KeyPress && XLookupKeysym(&event->xkey, 0) == XK_Escape) {
+    Window w = event->xkey.window;
+    if (w == XtWindow(d->shell_) || w == XtWindow(d->form_) || w == XtWindow(d->cancel_) ||
+        w == XtWindow(d->bar_) || w == XtWindow(d->count_))
+      d->sawCancel_ = true;
+  }
+  return False;
 }
 
 void ProgressDialog::onCancel(Widget, XtPointer client, XtPointer)

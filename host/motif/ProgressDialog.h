@@ -9,6 +9,11 @@
 // that are pending, so that the bar is redrawn and the button can be
 // pressed while the operation runs; input to the rest of the application is
 // held off by the window's modality.
+//
+// cancelPending() looks for the user's Cancel without processing anything:
+// for work that runs long on this thread between two polls (one slow page),
+// which may then stop early; the press itself is processed at the next
+// poll(), as usual.
 #pragma once
 
 #include <Xm/Xm.h>
@@ -45,10 +50,17 @@ public:
   // Processes pending events and answers whether the user asked to stop.
   bool poll();
   bool cancelRequested() const { return cancelled_; }
+  // True when a release of the Cancel button, or Escape in the window, is
+  // among the X events received and not yet processed. Reads what the server
+  // has sent without waiting and removes nothing from the queue, so the
+  // events reach the widgets at the next poll(); dispatches nothing. False
+  // while the window is not up.
+  bool cancelPending();
   void clearCancel() { cancelled_ = false; }
 
 private:
   static void onCancel(Widget, XtPointer, XtPointer);
+  static Bool isCancelEvent(Display *, XEvent *event, XPointer self);
   static void onExpose(Widget, XtPointer, XtPointer);
   void drawBar();
   int filledWidth() const;
@@ -66,6 +78,7 @@ private:
   int32_t duration_ = 0;
   int32_t value_ = 0;
   bool cancelled_ = false;
+  bool sawCancel_ = false; // set by isCancelEvent during cancelPending()
 };
 
 } // namespace folio::motif

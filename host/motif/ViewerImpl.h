@@ -198,6 +198,8 @@ public:
 
 private:
   DragContext dragContext(view::PageView &view, const FVRect *extrema);
+  // The model's cancel poll while the progress window is up (see begin()).
+  static bool cancelPendingInPage(void *self);
   Viewer::Impl &v_;
   int progressDepth_ = 0;
 };

@@ -1,6 +1,7 @@
 // The view layer's ports, implemented with the Motif viewer's widgets.
 #include "motif/ViewerImpl.h"
 
+#include "model/Budget.h"
 #include "motif/Dialogs.h"
 #include "platform/XSession.h"
 #include "view/PageView.h"
@@ -106,14 +107,27 @@ std::optional<std::string> ViewerPorts::askPassword(const std::string &path, int
 void ViewerPorts::begin()
 {
   // Nested operations share one window.
-  if (progressDepth_++ == 0)
+  if (progressDepth_++ == 0) {
     v_.progress->begin("Working on the document...");
+    // The operation polls for cancel between pages; inside one slow page
+    // the engine runs on this thread for long, so the page's work looks for
+    // the user's Cancel itself and stops early. The click is then processed
+    // at the operation's next poll, which cancels it the usual way.
+    model::setCancelPoll(&ViewerPorts::cancelPendingInPage, this);
+  }
 }
 
 void ViewerPorts::end()
 {
-  if (progressDepth_ > 0 && --progressDepth_ == 0)
+  if (progressDepth_ > 0 && --progressDepth_ == 0) {
+    model::setCancelPoll(nullptr, nullptr);
     v_.progress->end();
+  }
+}
+
+bool ViewerPorts::cancelPendingInPage(void *self)
+{
+  return static_cast<ViewerPorts *>(self)->v_.progress->cancelPending();
 }
 
 // The bar and its "Page n of N" follow the view layer's reading of the

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "GuiSupport.h"
+#include "pdfgen.h"
 #include "support/PageTransform.h"
 
 #include <X11/Xlib.h>
@@ -466,6 +467,66 @@ TEST_F(GuiViewer, CancelTheBoundingBoxRunFromTheProgressWindow)
   // it was cancelled keeps its box (the all-zero box the plug-in puts back is
   // not written); the pages after it were not touched.
   for (int i = 0; i < pages; i++)
+    EXPECT_EQ(boxes[i], (Box{20, 20, 592, 772})) << "page index " << i;
+}
+
+// A page whose contents take hours to read (a form of a million path
+// operators that draw nothing, drawn a hundred thousand times) between two
+// quick pages, with a page budget far beyond that: only the click on Cancel
+// can stop the run inside that page. It reaches the run there, which is
+// cancelled the usual way: "Cancelled.", and every page keeps its box.
+TEST_F(GuiViewer, CancelReachesTheRunInsideOneSlowPage)
+{
+  namespace gen = folio::pdfgen;
+  const std::string ink = "<< /Length 22 >>\nstream\n100 200 200 200 re f\n\nendstream";
+  auto pageObj = [](int contents) {
+    return "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 612 792] /CropBox [20 20 592 772] /Contents " +
+           std::to_string(contents) + " 0 R /Resources << /XObject << /A 8 0 R >> >> >>";
+  };
+  std::vector<std::string> o = {
+      "<< /Type /Catalog /Pages 2 0 R >>",
+      "<< /Type /Pages /Kids [3 0 R 4 0 R 5 0 R] /Count 3 >>",
+      pageObj(6),
+      pageObj(7),
+      pageObj(6),
+      ink,
+      gen::flateStream("", "/A Do\n", 100000),
+      gen::flateStream("/Type /XObject /Subtype /Form /BBox [0 0 612 792]", "0 0 m 1 1 l n\n", 1000000)};
+  std::string pdf = dir + "/slow-second.pdf";
+  {
+    std::ofstream out(pdf, std::ios::binary);
+    out << gen::rawPdf(o, "/Root 1 0 R");
+    ASSERT_TRUE(out.good());
+  }
+  struct stat before {};
+  ASSERT_EQ(::stat(pdf.c_str(), &before), 0);
+  startFolio(pdf, {"FOLIO_PAGE_BUDGET=100000,4096"});
+  chooseMenu({"Extensions", "QUIL:Page Shear", "QUIL:PageShearBBox"});
+  press("All");
+  // Each; then Cancel as soon as the progress window is up: page 1 is done
+  // at once, page 2 has just begun.
+  ASSERT_EQ(guitest::xdo(xvfb.display(), {"search",   "--sync",    "--onlyvisible", "--name",
+                                          "^Each$",   "mousemove", "--window",      "%1",
+                                          "8",        "8",         "click",         "1",
+                                          "search",   "--sync",    "--onlyvisible", "--name",
+                                          "^Cancel$", "mousemove", "--window",      "%1",
+                                          "8",        "8",         "click",         "1"},
+                         30000),
+            0);
+  ASSERT_NE(window("OK", 30000), 0u) << "the run was not cancelled inside the slow page";
+  press("OK"); // "Cancelled."
+  key("ctrl+s");
+  std::vector<Box> boxes = boxesUntil(pdf, [&](const std::vector<Box> &b) {
+    struct stat st {};
+    return b.size() == 3 && ::stat(pdf.c_str(), &st) == 0 && st.st_size != before.st_size;
+  });
+  struct stat st {};
+  ASSERT_EQ(::stat(pdf.c_str(), &st), 0);
+  ASSERT_NE(st.st_size, before.st_size) << "the document was not saved";
+  ASSERT_EQ(boxes.size(), 3u);
+  // Page 1 has its old box back, page 2 (where the run was cancelled) keeps
+  // its box, page 3 was not reached.
+  for (int i = 0; i < 3; i++)
     EXPECT_EQ(boxes[i], (Box{20, 20, 592, 772})) << "page index " << i;
 }
 

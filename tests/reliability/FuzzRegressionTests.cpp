@@ -1,6 +1,8 @@
-// The fuzz target's entry, run in the normal build on every committed corpus
-// seed and on every input the fuzzer found to break the document path
-// (fuzz/crashers). Each file is its own test, named after the file.
+// The fuzz targets' inputs, run in the normal build: the document path's
+// entry on every committed corpus seed and on every input a fuzzer found
+// (fuzz/crashers), and the three crop commands through the real folio with
+// the real plug-in on every such input. Each file is its own test, named
+// after the file.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,6 +12,8 @@
 
 #include "DocumentFuzz.h"
 #include "RelSupport.h"
+#include "model/Document.h"
+#include "model/Page.h"
 
 namespace {
 
@@ -40,6 +44,17 @@ folio::fuzz::FuzzOutcome runFile(const std::string &path)
 
 class ReliabilityFuzzSeed : public ::testing::TestWithParam<std::string> {};
 class ReliabilityFuzzCrasher : public ::testing::TestWithParam<std::string> {};
+class ReliabilityFuzzCropCommands : public ::testing::TestWithParam<std::string> {};
+
+// The pages of `path` as the model reads it, -1 when it does not open.
+int pagesOf(const std::string &path)
+{
+  try {
+    return folio::model::Document::open(path)->pageCount();
+  } catch (const std::exception &) {
+    return -1;
+  }
+}
 
 } // namespace
 
@@ -62,8 +77,49 @@ TEST_P(ReliabilityFuzzCrasher, NoLongerBreaksTheDocumentPath)
   EXPECT_TRUE(out.ok) << out.failure;
 }
 
+// What the crop fuzz target (fuzz/CropFuzz.h) checks, through the folio
+// program: each of the three crop commands ends with exit status 0 or 1 (a
+// message, never a signal), leaves the input as it was, and a saved output
+// opens with the input's page count and no page without area.
+TEST_P(ReliabilityFuzzCropCommands, EndWithAnAnswerAndAReadableOutput)
+{
+  rel::TempDir dir;
+  std::string in = dir.file("in.pdf");
+  std::string original = rel::readFile(GetParam());
+  rel::writeFile(in, original);
+  int pages = pagesOf(in);
+  std::string range = pages > 16 ? "1-16" : "all";
+  const std::vector<std::vector<std::string>> commands = {
+      {"--crop-bbox", "each", in, "-o", dir.file("bbox.pdf")},
+      {"--crop-region", "36 48 300 400", "--pages", range, "--orientation", "crop", in, "-o",
+       dir.file("region.pdf")},
+      {"--reset-media-box", "all", in, "-o", dir.file("media.pdf")}};
+  rel::RunOptions options;
+  options.env = {"FOLIO_PAGE_BUDGET=5,256"};
+  for (const auto &args : commands) {
+    SCOPED_TRACE(args[0]);
+    rel::RunResult r = rel::runProgram(FOLIO_EXE, args, dir.file("config"), options);
+    EXPECT_TRUE(r.exitCode == 0 || r.exitCode == 1) << r.describe();
+    EXPECT_EQ(rel::readFile(in), original) << "the input changed";
+    const std::string &out = args.back();
+    if (r.exitCode != 0 || !rel::fileExists(out))
+      continue;
+    auto doc = folio::model::Document::open(out);
+    ASSERT_EQ(doc->pageCount(), pages);
+    for (int i = 0; i < pages && i < 64; ++i) {
+      folio::model::Page *p = doc->acquirePage(i);
+      FixedRect c = p->cropBox();
+      doc->releasePage(p);
+      EXPECT_TRUE(c.left != c.right && c.bottom != c.top) << "page " << i + 1 << " has an empty crop box";
+    }
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(ReliabilityCorpus, ReliabilityFuzzSeed,
                          ::testing::ValuesIn(filesIn(FUZZ_CORPUS_DIR)), testName);
 INSTANTIATE_TEST_SUITE_P(ReliabilityFound, ReliabilityFuzzCrasher,
                          ::testing::ValuesIn(filesIn(FUZZ_CRASHERS_DIR)), testName);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(ReliabilityFuzzCrasher);
+INSTANTIATE_TEST_SUITE_P(ReliabilityFound, ReliabilityFuzzCropCommands,
+                         ::testing::ValuesIn(filesIn(FUZZ_CRASHERS_DIR)), testName);
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(ReliabilityFuzzCropCommands);

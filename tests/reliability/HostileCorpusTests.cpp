@@ -247,6 +247,38 @@ TEST_F(ReliabilityHostileCorpus, DecompressionBombStopsAtTheBudget)
   std::printf("decompression bomb: peak RSS %ld kB with a 64 MB page budget\n", r.peakRssKb);
 }
 
+// Five pages cropped to content with two workers measuring ahead; the third
+// holds five million filled rectangles, more than its budget (3 s, 256 MB)
+// allows. Its own work is stopped wherever it runs (the display list on the
+// calling thread or the measuring on a worker): it is taken as blank with
+// one note, and the pages around it, measured meanwhile, are cropped exactly.
+TEST_F(ReliabilityHostileCorpus, SlowPageMeasuredAheadIsStoppedByItsOwnBudget)
+{
+  std::vector<std::string> o = {"<< /Type /Catalog /Pages 2 0 R >>",
+                                "<< /Type /Pages /Kids [3 0 R 4 0 R 5 0 R 6 0 R 7 0 R] /Count 5 >>",
+                                pageObj(2, 8),
+                                pageObj(2, 8),
+                                pageObj(2, 9),
+                                pageObj(2, 8),
+                                pageObj(2, 8),
+                                kInk,
+                                gen::flateStream("", "10 20 30 40 re f\n", 5000000)};
+  rel::writeFile(path("slow-third.pdf"), gen::rawPdf(o, "/Root 1 0 R"));
+  RunResult r = folio({"--crop-bbox", "each", path("slow-third.pdf"), "-o", path("out.pdf")},
+                      {"FOLIO_PAGE_BUDGET=3,256", "FOLIO_BBOX_THREADS=2"});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  EXPECT_TRUE(contains(r.out, "note: Page 3 ")) << lastRun;
+  EXPECT_TRUE(contains(r.out, "It is taken as having no marks.")) << lastRun;
+  for (int page : {1, 2, 4, 5})
+    EXPECT_FALSE(contains(r.out, "note: Page " + std::to_string(page) + " ")) << lastRun;
+  std::string why;
+  std::vector<e2e::PageBoxes> boxes = e2e::readBoxes(path("out.pdf"), &why);
+  ASSERT_EQ(boxes.size(), 5u) << why;
+  for (int i : {0, 1, 3, 4})
+    EXPECT_EQ(boxes[i].crop, (e2e::Box{100, 200, 300, 400})) << i << ": " << e2e::toString(boxes[i].crop);
+  EXPECT_EQ(boxes[2].crop, (e2e::Box{0, 0, 612, 792})) << e2e::toString(boxes[2].crop);
+}
+
 // ---- where a save may write -------------------------------------------------------
 
 TEST_F(ReliabilityHostileCorpus, SaveRefusesWhatIsNotARegularFile)
