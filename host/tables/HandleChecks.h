@@ -13,9 +13,8 @@
 //   FSFileSys               the one local file system
 //   FVDoc, FVPageView       the application's open documents and their views
 //   FVMenubar, FVToolBar    the application's one menu bar and tool bar
-//   FVMenu, FVMenuItem,     reference-counted objects the extension itself
-//   FVToolButton            made or acquired; the host keeps no list of them,
-//                           so the check refuses null only
+//   FVMenu, FVMenuItem,     the menus, items and tool buttons alive now
+//   FVToolButton            (made and not yet freed, whoever holds them)
 //
 // Header only: each table file uses the checks of its own layer.
 #pragma once
@@ -88,17 +87,20 @@ inline view::ToolBar *checkFVToolBar(view::Application *app, FVToolBar toolBar)
 
 inline view::Menu *checkFVMenu(FVMenu menu)
 {
-  return view::fromFVMenu(menu);
+  view::Menu *m = view::fromFVMenu(menu);
+  return view::isLiveMenu(m) ? m : nullptr;
 }
 
 inline view::MenuItem *checkFVMenuItem(FVMenuItem item)
 {
-  return view::fromFVMenuItem(item);
+  view::MenuItem *i = view::fromFVMenuItem(item);
+  return view::isLiveMenuItem(i) ? i : nullptr;
 }
 
 inline view::ToolButton *checkFVToolButton(FVToolButton button)
 {
-  return view::fromFVToolButton(button);
+  view::ToolButton *b = view::fromFVToolButton(button);
+  return view::ToolButton::isLive(b) ? b : nullptr;
 }
 
 } // namespace folio::tables

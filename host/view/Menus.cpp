@@ -92,6 +92,16 @@ std::unordered_set<Menu *> &liveMenus()
 }
 } // namespace
 
+bool isLiveMenu(const Menu *menu)
+{
+  return menu && liveMenus().count(const_cast<Menu *>(menu)) != 0;
+}
+
+bool isLiveMenuItem(const MenuItem *item)
+{
+  return item && liveItems().count(const_cast<MenuItem *>(item)) != 0;
+}
+
 void destroyAllMenuObjects()
 {
   std::vector<Menu *> menus(liveMenus().begin(), liveMenus().end());

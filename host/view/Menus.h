@@ -43,6 +43,7 @@
 namespace folio::view {
 
 class Menu;
+class MenuItem;
 class MenuBar;
 
 // Index meaning "at the end" (FVMenuAppendIndex).
@@ -63,6 +64,12 @@ std::string actionLabel(const std::string &title);
 // Frees every Menu and MenuItem still alive, ignoring reference counts. Only
 // for the end of the run: every handle to them becomes invalid.
 void destroyAllMenuObjects();
+
+// True when `menu` / `item` is a Menu / MenuItem that is alive now. The
+// address is only looked up, never dereferenced, so any value may be asked
+// about (the tables check an extension's handles with it).
+bool isLiveMenu(const Menu *menu);
+bool isLiveMenuItem(const MenuItem *item);
 
 class MenuItem {
 public:

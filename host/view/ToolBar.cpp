@@ -2,12 +2,38 @@
 #include "view/ToolBar.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "core/Atoms.h"
 #include "model/CropHistory.h"
 #include "view/Menus.h"
 
 namespace folio::view {
+
+namespace {
+// Every button alive, so that a handle an extension passes can be checked
+// without being dereferenced.
+std::unordered_set<const ToolButton *> &liveButtons()
+{
+  static std::unordered_set<const ToolButton *> buttons;
+  return buttons;
+}
+} // namespace
+
+ToolButton::ToolButton()
+{
+  liveButtons().insert(this);
+}
+
+ToolButton::~ToolButton()
+{
+  liveButtons().erase(this);
+}
+
+bool ToolButton::isLive(const ToolButton *button)
+{
+  return button && liveButtons().count(button) != 0;
+}
 
 ToolButton *ToolButton::create(FSAtom name, FVIcon icon, bool isSeparator, bool noFlyout)
 {

@@ -29,6 +29,10 @@ class ToolBar;
 
 class ToolButton {
 public:
+  // True when `button` is a ToolButton alive now (made and not yet freed).
+  // The address is only looked up, never dereferenced.
+  static bool isLive(const ToolButton *button);
+
   // `name` is an atom (FSAtomFromString); `nameString` its text, for front
   // ends (looked up from the atom table when empty).
   static ToolButton *create(FSAtom name, FVIcon icon, bool isSeparator, bool noFlyout);
@@ -63,7 +67,10 @@ public:
 
 private:
   friend class ToolBar;
-  ToolButton() = default;
+  ToolButton();
+  ~ToolButton();
+  ToolButton(const ToolButton &) = delete;
+  ToolButton &operator=(const ToolButton &) = delete;
   FSAtom name_ = FSAtomNull;
   std::string nameString_;
   FVIcon icon_ = nullptr;

@@ -473,7 +473,7 @@ TEST_F(ViewTable, NullHandlesGiveTheFailureResults)
 {
   expectFailureResults(nullptr, nullptr);
   expectBarFailureResults(nullptr, nullptr);
-  // Menus, items and buttons are checked for null.
+  // Menus, items and buttons: null is refused.
   EXPECT_EQ(FVMenuGetMenuItemIndex(nullptr, nullptr), -1);
   EXPECT_EQ(FVMenuItemAcquire(nullptr), nullptr);
   FVMenuRelease(nullptr);
@@ -503,6 +503,45 @@ TEST_F(ViewTable, HandlesThatWereNeverHandedOutGiveTheFailureResults)
   expectFailureResults(reinterpret_cast<FVDoc>(&doc), reinterpret_cast<FVPageView>(&pv));
   expectBarFailureResults(reinterpret_cast<FVMenubar>(&menubar), reinterpret_cast<FVToolBar>(&toolBar));
   EXPECT_EQ(FVDocOpenFromFile(reinterpret_cast<FSPathName>(&pathName), nullptr, nullptr), nullptr);
+}
+
+TEST_F(ViewTable, MenuItemAndButtonHandlesThatAreNotAliveGiveTheFailureResults)
+{
+  // Addresses that were never a menu, an item or a button: looked up among
+  // the live ones, never dereferenced (the sanitizer build would see it).
+  struct Junk {
+    char bytes[256] = {};
+  } menuJunk, itemJunk, buttonJunk;
+  auto menu = reinterpret_cast<FVMenu>(&menuJunk);
+  auto item = reinterpret_cast<FVMenuItem>(&itemJunk);
+  auto button = reinterpret_cast<FVToolButton>(&buttonJunk);
+  EXPECT_EQ(FVMenuGetMenuItemIndex(menu, item), -1);
+  EXPECT_EQ(FVMenuItemAcquire(item), nullptr);
+  FVMenuRelease(menu);
+  FVMenuAddMenuItem(menu, item, 0);
+  FVMenuItemRelease(item);
+  FVMenuItemRemove(item);
+  FVMenuItemSetExecuteProc(item, nullptr, nullptr);
+  FVMenuItemSetComputeEnabledProc(item, nullptr, nullptr);
+  FVMenuItemSetComputeMarkedProc(item, nullptr, nullptr);
+  FVMenuItemExecute(item);
+  FVToolButtonSetExecuteProc(button, nullptr, nullptr);
+  FVToolButtonSetComputeEnabledProc(button, nullptr, nullptr);
+  FVToolButtonSetComputeMarkedProc(button, nullptr, nullptr);
+  FVToolButtonSetHelpText(button, "help");
+  // Nothing was written into them.
+  for (const Junk *j : {&menuJunk, &itemJunk, &buttonJunk})
+    for (char c : j->bytes)
+      ASSERT_EQ(c, 0);
+
+  // A real item, once freed, is no longer alive: its handle is refused too.
+  FVMenuItem made = FVMenuItemNew("Gone", "Gone", nullptr, 0, 0, 0, nullptr, nullptr);
+  ASSERT_NE(made, nullptr);
+  FVMenuItem held = FVMenuItemAcquire(made);
+  EXPECT_EQ(held, made);
+  FVMenuItemRelease(held);
+  FVMenuItemRelease(made); // the last reference: freed
+  EXPECT_EQ(FVMenuItemAcquire(made), nullptr);
 }
 
 TEST_F(ViewTable, HandlesOfAClosedDocumentGiveTheFailureResults)
