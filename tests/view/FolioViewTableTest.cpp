@@ -469,25 +469,32 @@ static void expectFailureResults(FVDoc doc, FVPageView pv)
   FVPageViewDrawRectOutline(pv, &r, 1, nullptr, 0);
 }
 
+// Every menu, item and tool-button entry given handles that are not live
+// ones: the entries with a result answer their failure result, the others do
+// nothing (and never touch what the handles point at).
+static void expectMenuFailureResults(FVMenu menu, FVMenuItem item, FVToolButton button)
+{
+  EXPECT_EQ(FVMenuGetMenuItemIndex(menu, item), -1);
+  EXPECT_EQ(FVMenuItemAcquire(item), nullptr);
+  FVMenuRelease(menu);
+  FVMenuAddMenuItem(menu, item, 0);
+  FVMenuItemRelease(item);
+  FVMenuItemRemove(item);
+  FVMenuItemSetExecuteProc(item, nullptr, nullptr);
+  FVMenuItemSetComputeEnabledProc(item, nullptr, nullptr);
+  FVMenuItemSetComputeMarkedProc(item, nullptr, nullptr);
+  FVMenuItemExecute(item);
+  FVToolButtonSetExecuteProc(button, nullptr, nullptr);
+  FVToolButtonSetComputeEnabledProc(button, nullptr, nullptr);
+  FVToolButtonSetComputeMarkedProc(button, nullptr, nullptr);
+  FVToolButtonSetHelpText(button, "help");
+}
+
 TEST_F(ViewTable, NullHandlesGiveTheFailureResults)
 {
   expectFailureResults(nullptr, nullptr);
   expectBarFailureResults(nullptr, nullptr);
-  // Menus, items and buttons: null is refused.
-  EXPECT_EQ(FVMenuGetMenuItemIndex(nullptr, nullptr), -1);
-  EXPECT_EQ(FVMenuItemAcquire(nullptr), nullptr);
-  FVMenuRelease(nullptr);
-  FVMenuAddMenuItem(nullptr, nullptr, 0);
-  FVMenuItemRelease(nullptr);
-  FVMenuItemRemove(nullptr);
-  FVMenuItemSetExecuteProc(nullptr, nullptr, nullptr);
-  FVMenuItemSetComputeEnabledProc(nullptr, nullptr, nullptr);
-  FVMenuItemSetComputeMarkedProc(nullptr, nullptr, nullptr);
-  FVMenuItemExecute(nullptr);
-  FVToolButtonSetExecuteProc(nullptr, nullptr, nullptr);
-  FVToolButtonSetComputeEnabledProc(nullptr, nullptr, nullptr);
-  FVToolButtonSetComputeMarkedProc(nullptr, nullptr, nullptr);
-  FVToolButtonSetHelpText(nullptr, "help");
+  expectMenuFailureResults(nullptr, nullptr, nullptr);
   FVAppRegisterForPageViewDrawing(nullptr, nullptr);
   EXPECT_EQ(tablehost::drawingCount(), 0);
   EXPECT_EQ(FVDocOpenFromFile(nullptr, nullptr, nullptr), nullptr);
@@ -515,20 +522,7 @@ TEST_F(ViewTable, MenuItemAndButtonHandlesThatAreNotAliveGiveTheFailureResults)
   auto menu = reinterpret_cast<FVMenu>(&menuJunk);
   auto item = reinterpret_cast<FVMenuItem>(&itemJunk);
   auto button = reinterpret_cast<FVToolButton>(&buttonJunk);
-  EXPECT_EQ(FVMenuGetMenuItemIndex(menu, item), -1);
-  EXPECT_EQ(FVMenuItemAcquire(item), nullptr);
-  FVMenuRelease(menu);
-  FVMenuAddMenuItem(menu, item, 0);
-  FVMenuItemRelease(item);
-  FVMenuItemRemove(item);
-  FVMenuItemSetExecuteProc(item, nullptr, nullptr);
-  FVMenuItemSetComputeEnabledProc(item, nullptr, nullptr);
-  FVMenuItemSetComputeMarkedProc(item, nullptr, nullptr);
-  FVMenuItemExecute(item);
-  FVToolButtonSetExecuteProc(button, nullptr, nullptr);
-  FVToolButtonSetComputeEnabledProc(button, nullptr, nullptr);
-  FVToolButtonSetComputeMarkedProc(button, nullptr, nullptr);
-  FVToolButtonSetHelpText(button, "help");
+  expectMenuFailureResults(menu, item, button);
   // Nothing was written into them.
   for (const Junk *j : {&menuJunk, &itemJunk, &buttonJunk})
     for (char c : j->bytes)
