@@ -13,7 +13,12 @@ namespace folio::model {
 // A new engine context whose allocations are counted; null when out of
 // memory. Freed with dropMeteredContext. Its clones count through it too.
 fz_context *newMeteredContext();
+// The same for one thread alone: no locks (it cannot be cloned), and a
+// resource store of at most `storeBytes`.
+fz_context *newSingleThreadMeteredContext(size_t storeBytes);
 void dropMeteredContext(fz_context *ctx);
+// Bytes the engine holds through `ctx` and its clones now (0 when not metered).
+size_t meteredBytes(fz_context *ctx);
 
 // The cookie of the page work current on the calling thread when `ctx` is
 // metered; null when none runs (the engine accepts a null cookie).
@@ -48,7 +53,8 @@ public:
   Stop stopped() const;
   // Seconds the work has run (not counting time an inner work of its own ran).
   double elapsed() const;
-  // Engine bytes allocated and not freed on this thread while it ran.
+  // Engine bytes allocated and not freed on this thread while it ran, as the
+  // allocator gave them (malloc_usable_size: a little more than asked).
   long long heldBytes() const;
 
 private:

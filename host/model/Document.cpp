@@ -115,6 +115,32 @@ const fz_locks_context *engineLocks()
   return &gEngineLocks;
 }
 
+namespace {
+
+DocumentImpl::FileIdentity identityOf(const struct stat &st)
+{
+  DocumentImpl::FileIdentity id;
+  id.dev = st.st_dev;
+  id.ino = st.st_ino;
+  id.size = st.st_size;
+  id.mtimeNs = static_cast<long long>(st.st_mtim.tv_sec) * 1000000000LL + st.st_mtim.tv_nsec;
+  return id;
+}
+
+} // namespace
+
+DocumentImpl::FileIdentity fileIdentity(int fd)
+{
+  struct stat st {};
+  return ::fstat(fd, &st) == 0 ? identityOf(st) : DocumentImpl::FileIdentity{};
+}
+
+DocumentImpl::FileIdentity fileIdentity(const std::string &path)
+{
+  struct stat st {};
+  return ::stat(path.c_str(), &st) == 0 ? identityOf(st) : DocumentImpl::FileIdentity{};
+}
+
 Fixed toFixed(double v)
 {
   double f = std::nearbyint(v * 65536.0);
@@ -152,13 +178,17 @@ pdf_page *loadEnginePage(DocumentImpl &d, int index)
   return page;
 }
 
+fz_rect pageMediaBoxIn(fz_context *ctx, pdf_obj *pageObj)
+{
+  fz_rect r = pdf_to_rect(ctx, pdf_dict_get_inheritable(ctx, pageObj, PDF_NAME(MediaBox)));
+  return fz_is_empty_rect(r) ? fz_make_rect(0, 0, 612, 792) : r;
+}
+
 fz_rect pageMediaBox(DocumentImpl &d, pdf_obj *pageObj)
 {
   fz_rect r = fz_empty_rect;
   engineCall(d.ctx, ModelErrorKind::Engine, "Cannot read the media box",
-             [&] { r = pdf_to_rect(d.ctx, pdf_dict_get_inheritable(d.ctx, pageObj, PDF_NAME(MediaBox))); });
-  if (fz_is_empty_rect(r))
-    r = fz_make_rect(0, 0, 612, 792);
+             [&] { r = pageMediaBoxIn(d.ctx, pageObj); });
   return r;
 }
 
@@ -228,7 +258,8 @@ std::unique_ptr<Document> Document::open(const std::string &path, PasswordPort *
   fz_set_error_callback(d.ctx, quietWarning, &d);
 
   try {
-    engineCall(d.ctx, ModelErrorKind::Damaged, "", [&] { d.doc = pdf_open_document(d.ctx, path.c_str()); });
+    engineCall(d.ctx, ModelErrorKind::Damaged, "", [&] { d.doc = openPdfFile(d.ctx, path.c_str()); });
+    d.file = fileIdentity(path);
   } catch (const ModelError &) {
     if (!look.trailer)
       throw ModelError(ModelErrorKind::Truncated,

@@ -100,6 +100,9 @@ public:
   // Stops work the model does ahead of the caller (page bounding boxes
   // measured by worker threads) at once; for a cancelled command.
   void stopBackgroundWork();
+  // Page bounding boxes answered from work done ahead by worker threads so
+  // far (for tests and benchmarks: the answers are the same either way).
+  int pagesMeasuredAhead() const;
 
   // Observers are not owned; adding one twice registers it once.
   void addObserver(DocumentObserver *observer);

@@ -89,7 +89,7 @@ fz_display_list *buildDisplayList(DocumentImpl &d, pdf_page *page, fz_cookie *co
   pdf_page_transform(ctx, page, &bounds, &pageCtm);
   // Undo the engine's own page transform: the list is in page space.
   fz_matrix toPageSpace = fz_invert_matrix(pageCtm);
-  fz_rect media = pageMediaBox(d, page->obj);
+  fz_rect media = pageMediaBoxIn(ctx, page->obj);
   fz_display_list *list = fz_new_display_list(ctx, media);
   fz_device *dev = nullptr;
   fz_var(dev);
@@ -236,6 +236,14 @@ void Page::setCropBox(const FixedRect &given)
     pdf_array_push_real(d.ctx, box, r.top / 65536.0);
   });
   d.cropSet[index_] = r;
+  // The engine moves a changed page object into the document's update and
+  // keeps a parsed copy of the original beside it: give those copies back as
+  // a command goes through the pages, so that cropping every page of a large
+  // document does not hold each page object twice.
+  if (++d.changesSinceTrim >= kChangesBetweenTrims) {
+    d.changesSinceTrim = 0;
+    trimObjectCache(d.ctx, d.doc);
+  }
 }
 
 FixedRect Page::bbox()

@@ -10,6 +10,7 @@
 // deeper than the engine walks), it is rebuilt in memory as one flat node
 // holding the reachable pages, with what each page inherited copied onto it,
 // so that the engine finds every page by its index too.
+#include <functional>
 #include <unordered_set>
 #include <vector>
 
@@ -24,19 +25,31 @@ namespace {
 constexpr size_t kMaxSoundDepth = 32;
 
 struct Walk {
-  std::vector<pdf_obj *> leaves; // borrowed from the document
+  std::vector<pdf_obj *> leaves; // borrowed from the document; empty when visited
+  size_t count = 0;              // leaves found
   int skipped = 0;               // references to nodes met before
   bool sound = true;
+  // When set, each leaf is given to it in order instead of being kept (the
+  // leaf is borrowed for the call only).
+  const std::function<void(size_t, pdf_obj *)> *visit = nullptr;
 };
 
 // The inheritable page attributes.
 pdf_obj *const kInherited[] = {PDF_NAME(Resources), PDF_NAME(MediaBox), PDF_NAME(CropBox), PDF_NAME(Rotate)};
 
 struct Frame {
-  pdf_obj *node;
+  pdf_obj *node;   // kept while on the stack (a visitor may empty the engine's cache)
   int next;        // the next kid to visit
   size_t leavesAt; // leaves found before this node
 };
+
+// Gives back the nodes still on the stack (after an engine error).
+void dropStack(fz_context *ctx, std::vector<Frame> &stack)
+{
+  for (Frame &f : stack)
+    pdf_drop_obj(ctx, f.node);
+  stack.clear();
+}
 
 // Depth first, kids in order, without recursion. With `flatten`, every leaf
 // receives the inheritable attributes of its ancestors on the path walked
@@ -50,7 +63,7 @@ void walkTree(fz_context *ctx, pdf_document *doc, bool flatten, Walk &w, std::ve
     return;
   if (int num = pdf_to_num(ctx, root))
     seen.insert(num);
-  stack.push_back({root, 0, 0});
+  stack.push_back({pdf_keep_obj(ctx, root), 0, 0});
   while (!stack.empty()) {
     Frame &top = stack.back();
     pdf_obj *kids = pdf_dict_get(ctx, top.node, PDF_NAME(Kids));
@@ -58,9 +71,9 @@ void walkTree(fz_context *ctx, pdf_document *doc, bool flatten, Walk &w, std::ve
     if (top.next >= n) {
       // The node's claimed count must be what it holds.
       pdf_obj *count = pdf_dict_get(ctx, top.node, PDF_NAME(Count));
-      if (!pdf_is_int(ctx, count) ||
-          static_cast<size_t>(pdf_to_int(ctx, count)) != w.leaves.size() - top.leavesAt)
+      if (!pdf_is_int(ctx, count) || static_cast<size_t>(pdf_to_int(ctx, count)) != w.count - top.leavesAt)
         w.sound = false;
+      pdf_drop_obj(ctx, top.node);
       stack.pop_back();
       continue;
     }
@@ -76,7 +89,7 @@ void walkTree(fz_context *ctx, pdf_document *doc, bool flatten, Walk &w, std::ve
       continue;
     }
     if (pdf_is_array(ctx, pdf_dict_get(ctx, kid, PDF_NAME(Kids)))) {
-      stack.push_back({kid, 0, w.leaves.size()});
+      stack.push_back({pdf_keep_obj(ctx, kid), 0, w.count});
       if (stack.size() > kMaxSoundDepth)
         w.sound = false;
       continue;
@@ -93,7 +106,11 @@ void walkTree(fz_context *ctx, pdf_document *doc, bool flatten, Walk &w, std::ve
         }
       }
     }
-    w.leaves.push_back(kid);
+    if (w.visit)
+      (*w.visit)(w.count, kid);
+    else
+      w.leaves.push_back(kid);
+    ++w.count;
   }
 }
 
@@ -138,10 +155,15 @@ void buildPageIndex(DocumentImpl &d)
   Walk w;
   std::vector<Frame> stack;
   std::unordered_set<int> seen;
-  engineCall(ctx, ModelErrorKind::Engine, "Cannot read the page tree", [&] {
-    d.indexRepaired = pdf_was_repaired(ctx, d.doc) != 0;
-    walkTree(ctx, d.doc, false, w, stack, seen);
-  });
+  try {
+    engineCall(ctx, ModelErrorKind::Engine, "Cannot read the page tree", [&] {
+      d.indexRepaired = pdf_was_repaired(ctx, d.doc) != 0;
+      walkTree(ctx, d.doc, false, w, stack, seen);
+    });
+  } catch (const ModelError &) {
+    dropStack(ctx, stack);
+    throw;
+  }
   d.skippedPageNodes = w.skipped;
   if (!w.sound && !w.leaves.empty()) {
     // Walk again, copying inherited attributes onto the pages, then hang
@@ -149,16 +171,37 @@ void buildPageIndex(DocumentImpl &d)
     Walk again;
     stack.clear();
     seen.clear();
-    engineCall(ctx, ModelErrorKind::Engine, "Cannot repair the page tree", [&] {
-      walkTree(ctx, d.doc, true, again, stack, seen);
-      rebuildFlat(ctx, d.doc, again.leaves);
-    });
+    try {
+      engineCall(ctx, ModelErrorKind::Engine, "Cannot repair the page tree", [&] {
+        walkTree(ctx, d.doc, true, again, stack, seen);
+        rebuildFlat(ctx, d.doc, again.leaves);
+      });
+    } catch (const ModelError &) {
+      dropStack(ctx, stack);
+      throw;
+    }
     d.treeRebuilt = true;
     w.leaves.swap(again.leaves);
   }
   d.pageObjs.reserve(w.leaves.size());
   for (pdf_obj *o : w.leaves)
     d.pageObjs.push_back(pdf_keep_obj(ctx, o));
+}
+
+PageWalk visitPages(fz_context *ctx, pdf_document *doc, const std::function<void(size_t, pdf_obj *)> &visit)
+{
+  Walk w;
+  w.visit = &visit;
+  std::vector<Frame> stack;
+  std::unordered_set<int> seen;
+  try {
+    engineCall(ctx, ModelErrorKind::Engine, "Cannot read the page tree",
+               [&] { walkTree(ctx, doc, false, w, stack, seen); });
+  } catch (const ModelError &) {
+    dropStack(ctx, stack);
+    throw;
+  }
+  return PageWalk{w.count, w.skipped, w.sound};
 }
 
 pdf_obj *pageObject(DocumentImpl &d, int index, PageImpl *)

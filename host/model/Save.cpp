@@ -11,8 +11,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <functional>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <system_error>
+#include <thread>
 
 #include "model/Document.h"
 #include "model/Engine.h"
@@ -53,6 +57,35 @@ bool syncPath(const std::string &path, bool directory)
   ::close(fd);
   return ok;
 }
+
+// fsync of a file on a thread of its own, from construction to wait() (or
+// destruction): the caller goes on meanwhile.
+class Flush {
+public:
+  explicit Flush(const std::string &path) : path_(path)
+  {
+    try {
+      thread_ = std::thread([this] { err_ = syncPath(path_, false) ? 0 : (errno ? errno : EIO); });
+    } catch (const std::system_error &) {
+      err_ = syncPath(path_, false) ? 0 : (errno ? errno : EIO); // no thread: here and now
+    }
+  }
+  ~Flush() { wait(); }
+  Flush(const Flush &) = delete;
+  Flush &operator=(const Flush &) = delete;
+  // 0 when the file is on disk, else the error.
+  int wait()
+  {
+    if (thread_.joinable())
+      thread_.join();
+    return err_;
+  }
+
+private:
+  std::string path_;
+  std::thread thread_;
+  int err_ = 0;
+};
 
 // Copies the bytes the engine reads the document from into `fd`.
 void copyOriginal(DocumentImpl &d, int fd)
@@ -127,7 +160,7 @@ pdf_document *reopen(fz_context *ctx, const char *path, const char *password)
   pdf_document *fresh = nullptr;
   try {
     engineCall(ctx, ModelErrorKind::Engine, "", [&] {
-      fresh = pdf_open_document(ctx, path);
+      fresh = openPdfFile(ctx, path);
       // The file must open with the password that opened the document.
       if (pdf_needs_password(ctx, fresh) && !pdf_authenticate_password(ctx, fresh, password))
         fz_throw(ctx, FZ_ERROR_GENERIC, "the password no longer opens it");
@@ -154,31 +187,29 @@ bool storedCropBox(fz_context *ctx, pdf_obj *page, float out[4])
 // Reads the written document `fresh` back page by page: its page tree must be
 // sound and hold the document's pages, each with a media box, a rotation and
 // the crop box the document has. Returns why it is not, or "" when it reads
-// back as the same document.
+// back as the same document. Each page is checked as the walk meets it and
+// not kept: the engine's cache of the written file is emptied as the walk
+// goes, so that the check never holds a second copy of every page object
+// beside the document's own.
 std::string readBack(DocumentImpl &d, pdf_document *fresh)
 {
+  constexpr size_t kTrimEvery = 4096; // pages between two trims of the cache
   fz_context *ctx = d.ctx;
-  DocumentImpl check;
-  check.ctx = ctx;
-  check.doc = fresh;
   std::string why;
   try {
-    buildPageIndex(check);
-    if (check.treeRebuilt || check.skippedPageNodes > 0)
-      why = "its page tree cannot be walked";
-    else if (static_cast<int>(check.pageObjs.size()) != d.pageCount)
-      why = "it holds " + std::to_string(check.pageObjs.size()) + " page(s) instead of " +
-            std::to_string(d.pageCount);
-    for (int i = 0; why.empty() && i < d.pageCount; ++i) {
-      pdf_obj *mine = pageObject(d, i, nullptr);
-      pdf_obj *theirs = check.pageObjs[static_cast<size_t>(i)];
-      bool same = true;
-      engineCall(ctx, ModelErrorKind::Engine, "", [&] {
-        pdf_to_rect(ctx, pdf_dict_get_inheritable(ctx, theirs, PDF_NAME(MediaBox)));
-        pdf_to_int(ctx, pdf_dict_get_inheritable(ctx, theirs, PDF_NAME(Rotate)));
+    if (d.pageCount > 0)
+      pageObject(d, 0, nullptr); // the index of the document is current
+    const bool repaired = d.indexRepaired;
+    const size_t count = static_cast<size_t>(d.pageCount);
+    long firstBad = -1;     // the first page whose crop box differs
+    int ends[2] = {-1, -1}; // object numbers of the first and the last page
+    std::function<void(size_t, pdf_obj *)> visit = [&](size_t i, pdf_obj *theirs) {
+      pdf_to_rect(ctx, pdf_dict_get_inheritable(ctx, theirs, PDF_NAME(MediaBox)));
+      pdf_to_int(ctx, pdf_dict_get_inheritable(ctx, theirs, PDF_NAME(Rotate)));
+      if (i < count && i < d.pageObjs.size()) {
         float want[4] = {0, 0, 0, 0}, have[4] = {0, 0, 0, 0};
         bool wantSet = false;
-        auto set = d.cropSet.find(i);
+        auto set = d.cropSet.find(static_cast<int>(i));
         if (set != d.cropSet.end()) {
           const FixedRect &r = set->second;
           const double v[4] = {r.left / 65536.0, r.bottom / 65536.0, r.right / 65536.0, r.top / 65536.0};
@@ -186,32 +217,47 @@ std::string readBack(DocumentImpl &d, pdf_document *fresh)
             want[k] = static_cast<float>(v[k]);
           wantSet = true;
         } else {
-          wantSet = storedCropBox(ctx, mine, want);
+          wantSet = storedCropBox(ctx, d.pageObjs[i], want);
         }
         bool haveSet = storedCropBox(ctx, theirs, have);
-        same = wantSet == haveSet;
+        bool same = wantSet == haveSet;
         for (int k = 0; same && wantSet && k < 4; ++k)
           same = want[k] == have[k];
-      });
-      if (!same)
-        why = "the crop box of page " + std::to_string(i + 1) + " does not read back as it was set";
-    }
+        if (!same && firstBad < 0)
+          firstBad = static_cast<long>(i);
+        if (i == 0)
+          ends[0] = pdf_to_num(ctx, theirs);
+        if (i + 1 == count)
+          ends[1] = pdf_to_num(ctx, theirs);
+      }
+      if (i % kTrimEvery == kTrimEvery - 1)
+        trimObjectCache(ctx, fresh);
+    };
+    PageWalk walk = visitPages(ctx, fresh, visit);
+    if (!walk.sound && walk.pages > 0)
+      why = "its page tree cannot be walked";
+    else if (walk.pages != count)
+      why = "it holds " + std::to_string(walk.pages) + " page(s) instead of " + std::to_string(d.pageCount);
+    else if ((pdf_was_repaired(ctx, d.doc) != 0) != repaired)
+      why = "the document was repaired while it was compared";
+    else if (firstBad >= 0)
+      why = "the crop box of page " + std::to_string(firstBad + 1) + " does not read back as it was set";
     // The engine finds pages by their number through the tree's counts:
     // the first and the last page must be the ones walked.
     if (why.empty() && d.pageCount > 0) {
-      int ends[2] = {0, d.pageCount - 1};
-      for (int i : ends) {
+      const int at[2] = {0, d.pageCount - 1};
+      for (int k = 0; why.empty() && k < 2; ++k) {
         int found = 0;
         engineCall(ctx, ModelErrorKind::Engine, "",
-                   [&] { found = pdf_to_num(ctx, pdf_lookup_page_obj(ctx, fresh, i)); });
-        if (found != pdf_to_num(ctx, check.pageObjs[static_cast<size_t>(i)]))
-          why = "page " + std::to_string(i + 1) + " cannot be found in it";
+                   [&] { found = pdf_to_num(ctx, pdf_lookup_page_obj(ctx, fresh, at[k])); });
+        if (found != ends[k])
+          why = "page " + std::to_string(at[k] + 1) + " cannot be found in it";
       }
     }
   } catch (const ModelError &e) {
     why = std::string("it cannot be read (") + e.what() + ")";
   }
-  dropPageIndex(check);
+  trimObjectCache(ctx, fresh);
   return why;
 }
 
@@ -278,18 +324,29 @@ pdf_document *writeChecked(DocumentImpl &src, bool incremental, int &fd, const s
                [&] { priorEntries(ctx, src.doc, prior); });
   engineCall(ctx, ModelErrorKind::SaveFailed, "cannot write",
              [&] { pdf_save_document(ctx, src.doc, tempPath, &opts); });
+  // What the update did not change is read from the original again when it
+  // is needed: the read-back below does not come on top of it.
+  if (incremental)
+    trimObjectCache(ctx, src.doc);
   // The engine's table of an update that changed many pages would make
   // every later read of the file slow (see UpdateXref.h).
   if (incremental)
-    joinUpdateRuns(temp, prior);
-  if (!syncPath(temp, false))
-    throw ModelError(ModelErrorKind::SaveFailed, std::string("cannot flush (") + std::strerror(errno) + ")");
+    joinUpdateRuns(ctx, src.doc, temp, prior);
+  std::vector<PriorEntry>().swap(prior);
+  // Flushed to disk while it is read back (the read-back reads what the
+  // system holds of it already); both are done before it replaces anything.
+  Flush flush(temp);
   // Read the new file back before it replaces anything. The engine repairs a
   // damaged file lazily, when a page's contents are first read, and such a
   // repair can take the catalog with it; the file written then has no pages,
   // and must not take the place of a good one.
   pdf_document *fresh = reopen(ctx, tempPath, src.password.c_str());
   std::string why = fresh ? readBack(src, fresh) : std::string("it does not open");
+  if (int err = flush.wait(); err != 0) {
+    if (fresh)
+      pdf_drop_document(ctx, fresh);
+    throw ModelError(ModelErrorKind::SaveFailed, std::string("cannot flush (") + std::strerror(err) + ")");
+  }
   if (!why.empty()) {
     if (fresh)
       pdf_drop_document(ctx, fresh);
@@ -397,6 +454,10 @@ bool Document::saveAs(const std::string &requested, bool forceFull)
           return m;
         }());
 
+  // An incremental write makes the engine take the written file's table as
+  // the one the next update follows; the document stays on its own file
+  // when this save fails, so it must follow that file's table again.
+  const int64_t startxref = d.doc->startxref;
   pdf_document *fresh = nullptr;
   DocumentImpl retry; // the document read again from its file, for a second try
   retry.ctx = ctx;
@@ -433,6 +494,7 @@ bool Document::saveAs(const std::string &requested, bool forceFull)
       throw ModelError(ModelErrorKind::SaveFailed,
                        std::string("cannot replace it (") + std::strerror(errno) + ")");
   } catch (const ModelError &e) {
+    d.doc->startxref = startxref;
     if (fd >= 0)
       ::close(fd);
     if (fresh)
@@ -463,6 +525,8 @@ bool Document::saveAs(const std::string &requested, bool forceFull)
     pdf_drop_document(ctx, d.doc);
     d.doc = fresh;
     d.path = target;
+    d.file = fileIdentity(target);
+    d.aheadUnreadable = false;
     buildPageIndex(d);
   }
   file_->setPath(requested);

@@ -19,6 +19,9 @@ namespace {
 // few dozen steps an object, whatever the number of pages.
 constexpr size_t kMaxRuns = 32;
 
+// One entry of either form: 'n' in use at `offset` with generation `gen`,
+// 'f' free (`offset` the next free object), 'o' in object stream `offset` at
+// index `gen` (streams only).
 struct Entry {
   int64_t offset = 0;
   int gen = 0;
@@ -94,18 +97,72 @@ bool parseTable(const std::string &s, std::vector<Run> &runs, size_t &trailerAt)
   }
 }
 
-// Whether every object between runs `a` and `b` has an entry to state.
-bool joinable(const Run &a, const Run &b, const std::vector<PriorEntry> &prior)
+// Whether every object between runs `a` and `b` has an entry to state; a
+// classic table (`stream` false) cannot state one in an object stream.
+bool joinable(const Run &a, const Run &b, const std::vector<PriorEntry> &prior, bool stream)
 {
   for (int num = a.end(); num < b.start; ++num) {
     if (num < 0 || static_cast<size_t>(num) >= prior.size())
       return false;
     const PriorEntry &p = prior[static_cast<size_t>(num)];
-    if ((p.type != 'n' && p.type != 'f') || p.offset < 0 || p.offset > 9999999999LL || p.gen < 0 ||
-        p.gen > 65535)
+    bool typed = p.type == 'n' || p.type == 'f' || (stream && p.type == 'o');
+    if (!typed || p.offset < 0 || p.offset > 9999999999LL || p.gen < 0 || p.gen > 65535)
       return false;
   }
   return true;
+}
+
+// Which runs to join to the next (join[i]: run i and i + 1 become one), across
+// the smallest gaps that can be stated, until at most kMaxRuns are left.
+// False when none can be joined.
+bool chooseJoins(const std::vector<Run> &runs, const std::vector<PriorEntry> &prior, bool stream,
+                 std::vector<char> &join)
+{
+  struct Gap {
+    size_t after; // the run it follows
+    int size;
+  };
+  std::vector<Gap> gaps;
+  for (size_t i = 0; i + 1 < runs.size(); ++i)
+    if (joinable(runs[i], runs[i + 1], prior, stream))
+      gaps.push_back({i, runs[i + 1].start - runs[i].end()});
+  std::stable_sort(gaps.begin(), gaps.end(), [](const Gap &a, const Gap &b) { return a.size < b.size; });
+  join.assign(runs.size(), 0);
+  size_t left = runs.size();
+  for (const Gap &g : gaps) {
+    if (left <= kMaxRuns)
+      break;
+    join[g.after] = 1;
+    --left;
+  }
+  return left < runs.size();
+}
+
+// The joined runs: each run's entries, then those stated for the objects
+// up to the next run it is joined to.
+std::vector<Run> joinedRuns(const std::vector<Run> &runs, const std::vector<char> &join,
+                            const std::vector<PriorEntry> &prior)
+{
+  std::vector<Run> out;
+  for (size_t i = 0; i < runs.size();) {
+    size_t j = i;
+    while (join[j])
+      ++j;
+    Run joined;
+    joined.start = runs[i].start;
+    for (size_t k = i; k <= j; ++k) {
+      joined.entries.insert(joined.entries.end(), runs[k].entries.begin(), runs[k].entries.end());
+      if (k < j) {
+        for (int num = runs[k].end(); num < runs[k + 1].start; ++num) {
+          const PriorEntry &p = prior[static_cast<size_t>(num)];
+          joined.entries.push_back(Entry{p.offset, p.gen, p.type});
+        }
+      }
+    }
+    out.push_back(std::move(joined));
+    i = j + 1;
+  }
+  return out;
 }
 
 void appendEntry(std::string &out, int64_t offset, int gen, char type)
@@ -147,6 +204,185 @@ struct Fd {
   }
 };
 
+// A cross-reference stream as the engine writes an update's: uncompressed,
+// its dictionary parsed (a reference the holder drops), its entries by run.
+struct XrefStream {
+  fz_context *ctx = nullptr;
+  pdf_obj *dict = nullptr;
+  int num = 0, gen = 0;
+  std::vector<Run> runs;
+  ~XrefStream() { pdf_drop_obj(ctx, dict); }
+};
+
+// Bytes a big-endian field needs for `v` (at least one).
+int fieldWidth(int64_t v)
+{
+  int w = 1;
+  while (w < 8 && (v >> (8 * w)) != 0)
+    ++w;
+  return w;
+}
+
+// Reads the cross-reference stream at `at` of the file `path` (open as
+// `fd`); false when it is not one the engine writes (compressed, entries of
+// a type it has no use for, runs out of order).
+bool readXrefStream(fz_context *ctx, pdf_document *doc, const std::string &path, int64_t at, int fd,
+                    XrefStream &xs)
+{
+  xs.ctx = ctx;
+  const char *name = path.c_str();
+  int64_t dataAt = 0;
+  int64_t length = -1;
+  int w[3] = {-1, -1, -1};
+  bool plain = false;
+  int64_t size = 0;
+  pdf_obj *ix = nullptr; // borrowed from the dictionary
+  int count = 0;
+  std::vector<int64_t> index;
+  try {
+    engineCall(ctx, ModelErrorKind::SaveFailed, "cannot read the cross-reference stream", [&] {
+      fz_stream *file = fz_open_file(ctx, name);
+      fz_try(ctx)
+      {
+        fz_seek(ctx, file, at, SEEK_SET);
+        xs.dict = pdf_parse_ind_obj(ctx, doc, file, &xs.num, &xs.gen, &dataAt, nullptr);
+      }
+      fz_always(ctx)
+      {
+        fz_drop_stream(ctx, file);
+      }
+      fz_catch(ctx)
+      {
+        fz_rethrow(ctx);
+      }
+      pdf_obj *d = xs.dict;
+      pdf_obj *len = pdf_dict_get(ctx, d, PDF_NAME(Length));
+      pdf_obj *ws = pdf_dict_get(ctx, d, PDF_NAME(W));
+      plain = pdf_is_dict(ctx, d) && pdf_name_eq(ctx, pdf_dict_get(ctx, d, PDF_NAME(Type)), PDF_NAME(XRef)) &&
+              !pdf_dict_get(ctx, d, PDF_NAME(Filter)) && !pdf_dict_get(ctx, d, PDF_NAME(DecodeParms)) &&
+              pdf_is_int(ctx, len) && !pdf_is_indirect(ctx, len) && pdf_array_len(ctx, ws) == 3;
+      if (!plain)
+        return;
+      length = pdf_to_int64(ctx, len);
+      for (int k = 0; k < 3; ++k)
+        w[k] = pdf_to_int(ctx, pdf_array_get(ctx, ws, k));
+      size = pdf_dict_get_int(ctx, d, PDF_NAME(Size));
+      ix = pdf_dict_get(ctx, d, PDF_NAME(Index));
+      count = pdf_array_len(ctx, ix);
+    });
+    if (plain && ix) {
+      // Filled outside the engine's frame, read inside it.
+      index.resize(static_cast<size_t>(std::max(count, 0)));
+      int64_t *v = index.data();
+      engineCall(ctx, ModelErrorKind::SaveFailed, "cannot read the cross-reference stream", [&] {
+        for (int k = 0; k < count; ++k)
+          v[k] = pdf_to_int64(ctx, pdf_array_get(ctx, ix, k));
+      });
+    } else if (plain) {
+      index = {0, size};
+    }
+  } catch (const ModelError &) {
+    return false;
+  }
+  if (!plain || length < 0 || index.empty() || index.size() % 2 != 0)
+    return false;
+  for (int k = 0; k < 3; ++k)
+    if (w[k] < 0 || w[k] > 8)
+      return false;
+  const int64_t entrySize = w[0] + w[1] + w[2];
+  int64_t entries = 0;
+  for (size_t k = 0; k < index.size(); k += 2) {
+    if (index[k] < 0 || index[k + 1] <= 0 || index[k] + index[k + 1] > INT32_MAX)
+      return false;
+    entries += index[k + 1];
+  }
+  if (entrySize == 0 || entries * entrySize != length)
+    return false;
+  std::string data;
+  if (!readAt(fd, data, dataAt, static_cast<size_t>(length)))
+    return false;
+
+  const auto *p = reinterpret_cast<const unsigned char *>(data.data());
+  auto field = [&p](int width, int64_t absent) {
+    if (width == 0)
+      return absent;
+    int64_t v = 0;
+    for (int k = 0; k < width; ++k)
+      v = (v << 8) | *p++;
+    return v;
+  };
+  for (size_t k = 0; k < index.size(); k += 2) {
+    Run run;
+    run.start = static_cast<int>(index[k]);
+    for (int64_t i = 0; i < index[k + 1]; ++i) {
+      int64_t type = field(w[0], 1), a = field(w[1], 0), b = field(w[2], 0);
+      if (type > 2 || a < 0 || b < 0 || b > 65535)
+        return false;
+      Entry e;
+      e.type = type == 0 ? 'f' : type == 1 ? 'n' : 'o';
+      e.offset = a;
+      e.gen = static_cast<int>(b);
+      run.entries.push_back(e);
+    }
+    if (!xs.runs.empty() && run.start < xs.runs.back().end())
+      return false;
+    xs.runs.push_back(std::move(run));
+  }
+  return true;
+}
+
+// The stream `xs` again with the entries of `runs`, from its object header to
+// the end of the file, for offset `at`: the dictionary keeps every key but
+// /Index, /W and /Length, which describe the new entries; the data stays
+// uncompressed.
+std::string writeXrefStream(fz_context *ctx, XrefStream &xs, const std::vector<Run> &runs, int64_t at)
+{
+  int64_t maxA = 0, maxB = 0;
+  for (const Run &r : runs)
+    for (const Entry &e : r.entries) {
+      maxA = std::max(maxA, e.offset);
+      maxB = std::max<int64_t>(maxB, e.gen);
+    }
+  const int wa = fieldWidth(maxA), wb = fieldWidth(maxB);
+  std::string data;
+  for (const Run &r : runs)
+    for (const Entry &e : r.entries) {
+      data += static_cast<char>(e.type == 'f' ? 0 : e.type == 'n' ? 1 : 2);
+      for (int k = wa - 1; k >= 0; --k)
+        data += static_cast<char>((e.offset >> (8 * k)) & 0xff);
+      for (int k = wb - 1; k >= 0; --k)
+        data += static_cast<char>((static_cast<int64_t>(e.gen) >> (8 * k)) & 0xff);
+    }
+
+  std::vector<int64_t> index;
+  for (const Run &r : runs) {
+    index.push_back(r.start);
+    index.push_back(static_cast<int64_t>(r.entries.size()));
+  }
+  char *text = nullptr;
+  size_t textLen = 0;
+  const int64_t dataLen = static_cast<int64_t>(data.size());
+  engineCall(ctx, ModelErrorKind::SaveFailed, "cannot write the cross-reference stream", [&] {
+    pdf_obj *d = xs.dict;
+    pdf_obj *ws = pdf_dict_put_array(ctx, d, PDF_NAME(W), 3);
+    pdf_array_push_int(ctx, ws, 1);
+    pdf_array_push_int(ctx, ws, wa);
+    pdf_array_push_int(ctx, ws, wb);
+    pdf_obj *ix = pdf_dict_put_array(ctx, d, PDF_NAME(Index), static_cast<int>(index.size()));
+    for (int64_t v : index)
+      pdf_array_push_int(ctx, ix, v);
+    pdf_dict_put_int(ctx, d, PDF_NAME(Length), dataLen);
+    text = pdf_sprint_obj(ctx, nullptr, 0, &textLen, d, 1, 0);
+  });
+  std::string out = std::to_string(xs.num) + " " + std::to_string(xs.gen) + " obj\n";
+  out.append(text, textLen);
+  fz_free(ctx, text);
+  out += "\nstream\n";
+  out += data;
+  out += "\nendstream\nendobj\nstartxref\n" + std::to_string(at) + "\n%%EOF\n";
+  return out;
+}
+
 } // namespace
 
 void priorEntries(fz_context *ctx, pdf_document *doc, std::vector<PriorEntry> &out)
@@ -161,13 +397,14 @@ void priorEntries(fz_context *ctx, pdf_document *doc, std::vector<PriorEntry> &o
     if (!e)
       continue;
     PriorEntry &p = out[static_cast<size_t>(num)];
-    p.type = e->type == 'n' || e->type == 'f' ? e->type : 0;
+    p.type = e->type == 'n' || e->type == 'f' || e->type == 'o' ? e->type : 0;
     p.offset = e->ofs;
     p.gen = e->gen;
   }
 }
 
-bool joinUpdateRuns(const std::string &path, const std::vector<PriorEntry> &prior)
+bool joinUpdateRuns(fz_context *ctx, pdf_document *doc, const std::string &path,
+                    const std::vector<PriorEntry> &prior)
 {
   Fd f{::open(path.c_str(), O_RDWR | O_CLOEXEC)};
   if (f.fd < 0)
@@ -192,53 +429,36 @@ bool joinUpdateRuns(const std::string &path, const std::vector<PriorEntry> &prio
   std::string table;
   if (!readAt(f.fd, table, xrefAt, static_cast<size_t>(size - xrefAt)))
     return false;
-  std::vector<Run> runs;
-  size_t trailerAt = 0;
-  if (!parseTable(table, runs, trailerAt))
-    return false;
-  if (runs.size() <= kMaxRuns)
-    return true;
 
-  // Join across the smallest gaps that can be stated, until few runs are left.
-  struct Gap {
-    size_t after; // the run it follows
-    int size;
-  };
-  std::vector<Gap> gaps;
-  for (size_t i = 0; i + 1 < runs.size(); ++i)
-    if (joinable(runs[i], runs[i + 1], prior))
-      gaps.push_back({i, runs[i + 1].start - runs[i].end()});
-  std::stable_sort(gaps.begin(), gaps.end(), [](const Gap &a, const Gap &b) { return a.size < b.size; });
-  std::vector<char> join(runs.size(), 0);
-  size_t left = runs.size();
-  for (const Gap &g : gaps) {
-    if (left <= kMaxRuns)
-      break;
-    join[g.after] = 1;
-    --left;
-  }
-  if (left == runs.size())
-    return false;
-
-  std::string out = "xref\n";
-  for (size_t i = 0; i < runs.size();) {
-    size_t j = i;
-    while (join[j])
-      ++j;
-    out += std::to_string(runs[i].start) + " " + std::to_string(runs[j].end() - runs[i].start) + "\n";
-    for (size_t k = i; k <= j; ++k) {
-      for (const Entry &e : runs[k].entries)
+  std::string out;
+  if (table.compare(0, 4, "xref") == 0) {
+    std::vector<Run> runs;
+    size_t trailerAt = 0;
+    if (!parseTable(table, runs, trailerAt))
+      return false;
+    std::vector<char> join;
+    if (runs.size() <= kMaxRuns)
+      return true;
+    if (!chooseJoins(runs, prior, false, join))
+      return false;
+    out = "xref\n";
+    for (const Run &r : joinedRuns(runs, join, prior)) {
+      out += std::to_string(r.start) + " " + std::to_string(r.entries.size()) + "\n";
+      for (const Entry &e : r.entries)
         appendEntry(out, e.offset, e.gen, e.type);
-      if (k < j) {
-        for (int num = runs[k].end(); num < runs[k + 1].start; ++num) {
-          const PriorEntry &p = prior[static_cast<size_t>(num)];
-          appendEntry(out, p.offset, p.gen, p.type);
-        }
-      }
     }
-    i = j + 1;
+    out.append(table, trailerAt, std::string::npos);
+  } else {
+    XrefStream xs;
+    if (!readXrefStream(ctx, doc, path, xrefAt, f.fd, xs))
+      return false;
+    std::vector<char> join;
+    if (xs.runs.size() <= kMaxRuns)
+      return true;
+    if (!chooseJoins(xs.runs, prior, true, join))
+      return false;
+    out = writeXrefStream(ctx, xs, joinedRuns(xs.runs, join, prior), xrefAt);
   }
-  out.append(table, trailerAt, std::string::npos);
 
   // The table keeps its offset, so the trailer's startxref stays right.
   size_t done = 0;

@@ -26,10 +26,10 @@ namespace folio::model {
 // Where an object of the document lives before the update: the entry a
 // table may state again for an object the update leaves as it is.
 struct PriorEntry {
-  char type = 0;      // 'n' in use at `offset`, 'f' free; 0: no table entry can say it (in an object
-                      // stream, never defined, or changed in memory)
-  int64_t offset = 0; // file offset ('n'), next free object ('f')
-  int gen = 0;
+  char type = 0;      // 'n' in use at `offset`, 'f' free, 'o' in object stream `offset` at index
+                      // `gen`; 0: no entry can say it (never defined, or changed in memory)
+  int64_t offset = 0; // file offset ('n'), next free object ('f'), object stream number ('o')
+  int gen = 0;        // generation ('n', 'f'), index in the object stream ('o')
 };
 
 // The entries of every object of `doc` into `out`, taken just before its
@@ -38,11 +38,15 @@ struct PriorEntry {
 void priorEntries(fz_context *ctx, pdf_document *doc, std::vector<PriorEntry> &out);
 
 // Rewrites in place the cross-reference table of the update the engine has
-// just appended to the file at `path`, joining its runs (see above). False,
-// with the file untouched, when the update does not end in a classic table
-// or a run cannot be joined to the next (an object between them with no
-// entry to state); true when it was rewritten or needed no change. Throws
-// ModelError(SaveFailed) when the file cannot be read or written.
-bool joinUpdateRuns(const std::string &path, const std::vector<PriorEntry> &prior);
+// just appended to the file at `path`, joining its runs (see above). `doc`
+// is the document saved (its parser reads a cross-reference stream's
+// dictionary; nothing in it changes). False, with the file untouched, when
+// the update does not end in a table of a form written by the engine (a
+// compressed stream, say) or no run can be joined to the next (an object
+// between them with no entry to state); true when it was rewritten or needed
+// no change. Throws ModelError(SaveFailed) when the file cannot be read or
+// written.
+bool joinUpdateRuns(fz_context *ctx, pdf_document *doc, const std::string &path,
+                    const std::vector<PriorEntry> &prior);
 
 } // namespace folio::model

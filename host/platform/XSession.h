@@ -2,8 +2,8 @@
 //
 // open() connects to the X server named by $DISPLAY; with DISPLAY unset or
 // empty it starts a private Xvfb for the run (Xvfb -displayfd FD -screen 0
-// 1280x1024x24 -nolisten tcp; the server picks a free display number) and
-// stops it when the session is destroyed, at process exit, and when the host
+// 1280x1024x24 -nolisten tcp -extension GLX; the server picks a free display
+// number) and stops it when the session is destroyed, at process exit, and when the host
 // dies (the server is told to end with its parent). With DISPLAY unset and no
 // Xvfb program on PATH, open() fails with a message saying so. It never exits
 // the process (the display is opened with XOpenDisplay, which answers null,

@@ -377,6 +377,26 @@ TEST_F(E2E, BBoxEachPageToItsOwn)
   expectBoxNear(b[2].crop, {0, 100, 200, 300}, 0.25, lastRun);
 }
 
+// Enough pages for the worker threads that measure pages ahead (one per
+// core) to take part: every box is right, and the run says nothing on the
+// error stream beyond the plug-in's load line.
+TEST_F(E2E, BBoxEachOfManyPagesMeasuredAheadQuietly)
+{
+  std::vector<gen::PageSpec> pages;
+  for (int i = 0; i < 30; ++i)
+    pages.push_back(withRect(page(), {100.0 + i, 200, 300, 400.0 + i}));
+  write("in.pdf", pages);
+  RunResult r = folio({"--crop-bbox", "each", path("in.pdf"), "-o", path("out.pdf")});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  std::istringstream err(r.err);
+  for (std::string line; std::getline(err, line);)
+    EXPECT_EQ(line.rfind("load: ", 0), 0u) << "unexpected on the error stream: " << line << "\n" << lastRun;
+  auto b = boxes(path("out.pdf"), 30);
+  ASSERT_EQ(b.size(), 30u);
+  for (int i = 0; i < 30; ++i)
+    expectBoxNear(b[i].crop, {100.0 + i, 200, 300, 400.0 + i}, 0.25, lastRun);
+}
+
 TEST_F(E2E, BBoxBiggestIsTheUnionClippedToEachMediaBox)
 {
   write("in.pdf",

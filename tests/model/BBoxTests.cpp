@@ -463,3 +463,99 @@ TEST_F(ModelBBoxAhead, ClosingOrSavingWhileWorkersRun)
   for (int i = 2; i < 30; ++i)
     boxOf(*doc, i);
 }
+
+// The workers read the file again, each on its own: they must find the pages
+// the document holds. A plain document in order is measured ahead.
+TEST_F(ModelBBoxAhead, PagesInOrderAreMeasuredAhead)
+{
+  std::vector<PageSpec> pages;
+  for (int i = 0; i < 30; ++i)
+    pages.push_back(pdfgen::mixedPage(i));
+  Workers w(2);
+  auto doc = Document::open(write("in-order.pdf", pages));
+  for (int i = 0; i < 30; ++i)
+    boxOf(*doc, i);
+  EXPECT_GE(doc->pagesMeasuredAhead(), 20);
+}
+
+// Boxes changed in memory (not saved) change the geometry a page is read
+// with: such pages are measured by the calling thread, with the same answers.
+TEST_F(ModelBBoxAhead, PagesWhoseBoxesChangedInMemoryGiveTheSameAnswers)
+{
+  std::vector<PageSpec> pages;
+  for (int i = 0; i < 24; ++i)
+    pages.push_back(pdfgen::mixedPage(i));
+  std::string file = write("changed.pdf", pages);
+  auto measureAll = [&](int workers, int *ahead) {
+    Workers w(workers);
+    auto doc = Document::open(file);
+    for (int i = 0; i < 24; i += 2) {
+      Page *p = doc->acquirePage(i);
+      FixedRect c = p->cropBox();
+      p->setCropBox(fixedRect(fx(c.left) + 3.3, fx(c.bottom) + 1.7, fx(c.right) - 2.1, fx(c.top) - 0.9));
+      doc->releasePage(p);
+    }
+    std::vector<FixedRect> out;
+    for (int i = 0; i < 24; ++i)
+      out.push_back(boxOf(*doc, i));
+    *ahead = doc->pagesMeasuredAhead();
+    return out;
+  };
+  int aheadAlone = 0, aheadWorkers = 0;
+  std::vector<FixedRect> alone = measureAll(0, &aheadAlone);
+  std::vector<FixedRect> ahead = measureAll(2, &aheadWorkers);
+  EXPECT_EQ(aheadAlone, 0);
+  EXPECT_GT(aheadWorkers, 0); // the pages left as they were
+  for (size_t i = 0; i < alone.size(); ++i) {
+    SCOPED_TRACE("page " + std::to_string(i));
+    EXPECT_RECT_EQ(ahead[i], alone[i]);
+  }
+}
+
+// A file replaced on disk after the document was opened is not what the
+// document holds: no worker reads it, and the answers are those of the
+// document's own bytes.
+TEST_F(ModelBBoxAhead, FileReplacedOnDiskIsNotReadAgain)
+{
+  std::vector<PageSpec> pages, others;
+  for (int i = 0; i < 12; ++i) {
+    pages.push_back(page({Mark::fillRect({100, 100.0 + i, 200, 300})}));
+    others.push_back(page({Mark::fillRect({10, 20, 500, 600})}));
+  }
+  std::string file = write("replaced.pdf", pages);
+  std::string other = write("other.pdf", others);
+  Workers w(2);
+  auto doc = Document::open(file);
+  ASSERT_EQ(::rename(other.c_str(), file.c_str()), 0);
+  for (int i = 0; i < 12; ++i) {
+    SCOPED_TRACE("page " + std::to_string(i));
+    FixedRect box = boxOf(*doc, i);
+    EXPECT_RECT_NEAR(box, 100, 100 + i, 200, 300, kTol);
+  }
+  EXPECT_EQ(doc->pagesMeasuredAhead(), 0);
+}
+
+// An encrypted document is read again with the password that opened it.
+TEST_F(ModelBBoxAhead, EncryptedDocumentIsMeasuredAheadWithItsPassword)
+{
+  std::vector<PageSpec> pages;
+  for (int i = 0; i < 12; ++i)
+    pages.push_back(page({Mark::fillRect({100, 100.0 + i, 200, 300})}));
+  std::string plain = write("plain.pdf", pages);
+  std::string locked = path("locked.pdf");
+  ASSERT_TRUE(pdfgen::encryptWithQpdf(plain, locked, "user", "owner", true));
+  struct Answer : PasswordPort {
+    std::optional<std::string> askPassword(const std::string &, int attempt) override
+    {
+      return attempt == 1 ? std::optional<std::string>("user") : std::nullopt;
+    }
+  } answer;
+  Workers w(2);
+  auto doc = Document::open(locked, &answer);
+  for (int i = 0; i < 12; ++i) {
+    SCOPED_TRACE("page " + std::to_string(i));
+    FixedRect box = boxOf(*doc, i); // once: a second call for the same page stops the workers
+    EXPECT_RECT_NEAR(box, 100, 100 + i, 200, 300, kTol);
+  }
+  EXPECT_GT(doc->pagesMeasuredAhead(), 0);
+}
