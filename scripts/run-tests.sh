@@ -5,20 +5,54 @@
 # those labelled no-asan). FOLIO_SANITIZER_SUITE=0 skips the sanitizer suite.
 # Both suites run even when the first one fails; the exit code is non-zero
 # when either failed. The formatting of the sources is checked first
-# (scripts/check-format.sh); an unformatted file fails the run too.
+# (scripts/check-format.sh); an unformatted file fails the run too. The
+# last lines printed name every step and test that failed, with the output of
+# each failed test saved under build*/Testing/Temporary/LastTest.log.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/setup-deps.sh
 status=0
-bash scripts/check-format.sh || status=1
+failed=()
+bash scripts/check-format.sh || { status=1; failed+=("format check"); }
+
+# Names the tests CTest recorded as failed in build directory $1.
+failed_tests() {
+  local list="$1/Testing/Temporary/LastTestsFailed.log"
+  [ -f "$list" ] && sed 's/^[0-9]*:/  /' "$list"
+  return 0
+}
+
 bash scripts/build.sh default
-ctest --preset default || status=1
+rm -f build/Testing/Temporary/LastTestsFailed.log
+if ! ctest --preset default; then
+  status=1
+  failed+=("default suite:" "$(failed_tests build)")
+fi
 if [ "${FOLIO_SANITIZER_SUITE:-1}" = 1 ]; then
   start=$(date +%s)
   bash scripts/build.sh asan
   echo "run-tests: sanitizer build took $(($(date +%s) - start)) s"
   start=$(date +%s)
-  ctest --preset asan || status=1
+  rm -f build-asan/Testing/Temporary/LastTestsFailed.log
+  if ! ctest --preset asan; then
+    status=1
+    failed+=("sanitizer suite:" "$(failed_tests build-asan)")
+  fi
   echo "run-tests: sanitizer suite took $(($(date +%s) - start)) s"
+fi
+if [ $status -ne 0 ]; then
+  # Each failed test once more, alone, with its output: a test that passes
+  # now failed through its timing or its neighbours. This does not change
+  # the verdict.
+  for dir in build build-asan; do
+    if [ -s "$dir/Testing/Temporary/LastTestsFailed.log" ]; then
+      echo "run-tests: the failed tests of $dir once more:"
+      (cd "$dir" && ctest --rerun-failed --output-on-failure 2>&1 | tail -n 80) || true
+    fi
+  done
+  echo "run-tests: FAILED"
+  printf '%s\n' "${failed[@]}"
+else
+  echo "run-tests: every step passed"
 fi
 exit $status
