@@ -33,6 +33,7 @@ class ReliabilityHostile : public ::testing::Test {
 protected:
   rel::TempDir dir;
   std::string lastRun;
+  std::string display; // the X server the runs use (empty: each run starts its own)
 
   std::string path(const std::string &name) const { return dir.file(name); }
 
@@ -40,6 +41,7 @@ protected:
   {
     rel::RunOptions o;
     o.input = input;
+    o.display = display;
     RunResult r = rel::runProgram(kFolio, args, dir.path(), o);
     lastRun = r.describe();
     return r;
@@ -324,19 +326,15 @@ TEST_F(ReliabilityHostile, HundredThousandPagesInFlatMemory)
   GTEST_SKIP() << "resident memory under AddressSanitizer is not the program's own";
 #endif
   writeSizedDocuments("p");
-  rel::Xvfb x;
+  rel::Xvfb x; // one server for all runs, outside their peaks
   ASSERT_TRUE(x.ok()) << "no private X server";
-  rel::RunOptions o;
-  o.display = x.display();
-  o.input = "open " + path("p1000.pdf") + "\npage 1000\nshow-boxes\n";
-  RunResult small = rel::runProgram(kFolio, {"--batch", "-"}, dir.path(), o);
-  ASSERT_EQ(small.exitCode, 0) << small.describe();
-  o.input = "open " + path("p100000.pdf") + "\npage 100000\n";
-  RunResult opened = rel::runProgram(kFolio, {"--batch", "-"}, dir.path(), o);
-  ASSERT_EQ(opened.exitCode, 0) << opened.describe();
-  o.input = "open " + path("p100000.pdf") + "\npage 100000\nshow-boxes\n";
-  RunResult big = rel::runProgram(kFolio, {"--batch", "-"}, dir.path(), o);
-  ASSERT_EQ(big.exitCode, 0) << big.describe();
+  display = x.display();
+  RunResult small = script("open " + path("p1000.pdf") + "\npage 1000\nshow-boxes\n");
+  ASSERT_EQ(small.exitCode, 0) << lastRun;
+  RunResult opened = script("open " + path("p100000.pdf") + "\npage 100000\n");
+  ASSERT_EQ(opened.exitCode, 0) << lastRun;
+  RunResult big = script("open " + path("p100000.pdf") + "\npage 100000\nshow-boxes\n");
+  ASSERT_EQ(big.exitCode, 0) << lastRun;
   EXPECT_TRUE(contains(big.out, "opened: " + path("p100000.pdf") + " (100000 pages)\n"));
   EXPECT_TRUE(contains(big.out, "page 100000: media 0 0 612 792 crop 0 0 612 792 rotate 0\n"));
   ASSERT_GT(small.peakRssKb, 0);
@@ -367,27 +365,21 @@ TEST_F(ReliabilityHostile, HundredThousandPageCropAndSaveInFlatMemory)
   GTEST_SKIP() << "resident memory under AddressSanitizer is not the program's own";
 #endif
   writeSizedDocuments("c");
-  rel::Xvfb x;
+  rel::Xvfb x; // one server for all runs, outside their peaks
   ASSERT_TRUE(x.ok()) << "no private X server";
-  rel::RunOptions o;
-  o.display = x.display();
-  o.input = "open " + path("c100000.pdf") + "\npage 100000\n";
-  RunResult opened = rel::runProgram(kFolio, {"--batch", "-"}, dir.path(), o);
-  ASSERT_EQ(opened.exitCode, 0) << opened.describe();
-  o.input.clear();
-  RunResult small = rel::runProgram(
-      kFolio, {"--crop-region", "100 110 500 700", path("c1000.pdf"), "-o", path("c1000-out.pdf")},
-      dir.path(), o);
-  ASSERT_EQ(small.exitCode, 0) << small.describe();
-  RunResult big = rel::runProgram(
-      kFolio, {"--crop-region", "100 110 500 700", path("c100000.pdf"), "-o", path("c100000-out.pdf")},
-      dir.path(), o);
-  ASSERT_EQ(big.exitCode, 0) << big.describe();
-  EXPECT_TRUE(contains(big.out, "saved: " + path("c100000-out.pdf"))) << big.describe();
+  display = x.display();
+  RunResult opened = script("open " + path("c100000.pdf") + "\npage 100000\n");
+  ASSERT_EQ(opened.exitCode, 0) << lastRun;
+  RunResult small =
+      folio({"--crop-region", "100 110 500 700", path("c1000.pdf"), "-o", path("c1000-out.pdf")});
+  ASSERT_EQ(small.exitCode, 0) << lastRun;
+  RunResult big =
+      folio({"--crop-region", "100 110 500 700", path("c100000.pdf"), "-o", path("c100000-out.pdf")});
+  ASSERT_EQ(big.exitCode, 0) << lastRun;
+  EXPECT_TRUE(contains(big.out, "saved: " + path("c100000-out.pdf"))) << lastRun;
   // The file written holds the crop on its pages.
-  o.input = "open " + path("c100000-out.pdf") + "\nshow-boxes\n";
-  RunResult check = rel::runProgram(kFolio, {"--batch", "-"}, dir.path(), o);
-  ASSERT_EQ(check.exitCode, 0) << check.describe();
+  RunResult check = script("open " + path("c100000-out.pdf") + "\nshow-boxes\n");
+  ASSERT_EQ(check.exitCode, 0) << lastRun;
   for (const char *n : {"1", "50000", "100000"})
     EXPECT_TRUE(
         contains(check.out, std::string("page ") + n + ": media 0 0 612 792 crop 100 110 500 700 rotate 0\n"))
