@@ -1,5 +1,5 @@
 // Page.cpp: boxes, rotation, the crop-box write, change notification and
-// rendering of a page (the bounding box is in BBox.cpp).
+// rendering of a page (the bounding box is in BBox.cpp and InkBox.cpp).
 #include "model/Page.h"
 
 #include <algorithm>
