@@ -44,10 +44,12 @@ if [ $status -ne 0 ]; then
   # Each failed test once more, alone, with its output: a test that passes
   # now failed through its timing or its neighbours. This does not change
   # the verdict.
-  for dir in build build-asan; do
+  for preset in default asan; do
+    dir=build
+    [ "$preset" = asan ] && dir=build-asan
     if [ -s "$dir/Testing/Temporary/LastTestsFailed.log" ]; then
-      echo "run-tests: the failed tests of $dir once more:"
-      (cd "$dir" && ctest --rerun-failed --output-on-failure 2>&1 | tail -n 80) || true
+      echo "run-tests: the failed tests of the $preset suite once more:"
+      ctest --preset "$preset" --rerun-failed -j 1 2>&1 | tail -n 80 || true
     fi
   done
   echo "run-tests: FAILED"
