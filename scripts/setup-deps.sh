@@ -17,7 +17,7 @@ packages=(
   # a private X server and GUI test tools
   xvfb xdotool x11-apps x11-utils xrestop xfonts-base fonts-dejavu-core imagemagick
   # independent readers and references for tests and benchmarks
-  qpdf ghostscript mupdf-tools python3
+  qpdf ghostscript mupdf-tools python3 strace
 )
 
 missing=()

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <functional>
 #include <iostream>
+#include <memory>
 #include <sstream>
 
 #include "app/Session.h"
@@ -78,13 +79,15 @@ std::function<std::string(model::Page &)> unchangedReason(const batch::Options &
 
 // Resolves a --pages list (or odd/even) against the input's page count:
 // kExitOk, kExitRunFailed (the input does not open) or kExitUsage (the
-// selection names pages the document does not have).
-int resolvePages(batch::Options &o)
+// selection names pages the document does not have). The document read to
+// count them is left in `opened`, for the run's own open of the input.
+int resolvePages(batch::Options &o, std::unique_ptr<model::Document> &opened)
 {
   long count = 0;
   try {
     model::FixedPasswordPort password(o.password);
-    count = model::Document::open(o.input, o.password.empty() ? nullptr : &password)->pageCount();
+    opened = model::Document::open(o.input, o.password.empty() ? nullptr : &password);
+    count = opened->pageCount();
   } catch (const std::exception &e) {
     std::cerr << "folio: cannot open " << batch::quoteForMessage(o.input) << ": "
               << batch::escapeControlBytes(e.what()) << std::endl;
@@ -98,7 +101,10 @@ int resolvePages(batch::Options &o)
   return kExitOk;
 }
 
-int runBatch(const batch::Options &o, const batch::Script &script, const std::string &name)
+// Runs `script` in a new session; `opened`, when given, is the input read
+// already, taken by the script's open of it.
+int runBatch(const batch::Options &o, const batch::Script &script, const std::string &name,
+             std::unique_ptr<model::Document> opened = nullptr)
 {
   SessionOptions so;
   so.readOnly = o.readOnly;
@@ -125,6 +131,8 @@ int runBatch(const batch::Options &o, const batch::Script &script, const std::st
     runner.setAfterStep([&ses] { ses.flushDisplay(); });
     session->loadPlugins(std::cerr);
     session->flushDisplay();
+    if (opened)
+      session->app().adoptForOpen(std::move(opened));
     code = runner.run(script) == 0 ? kExitOk : kExitRunFailed;
     std::cout.flush();
     session->closeAll();
@@ -161,6 +169,7 @@ int Job::runUnguarded()
   }
 
   std::string text, name;
+  std::unique_ptr<model::Document> opened; // the input, when it was read to resolve --pages
   switch (o.mode) {
   case batch::Mode::Help:
     std::cout << batch::usageText();
@@ -202,7 +211,7 @@ int Job::runUnguarded()
       return kExitRunFailed;
     }
     if (batch::runsPageByPage(o)) {
-      int code = resolvePages(o);
+      int code = resolvePages(o, opened);
       if (code != kExitOk)
         return code;
     }
@@ -225,7 +234,7 @@ int Job::runUnguarded()
               << batch::escapeControlBytes(pe.message) << std::endl;
     return kExitRunFailed;
   }
-  return runBatch(o, script, name);
+  return runBatch(o, script, name, std::move(opened));
 }
 
 } // namespace folio::app

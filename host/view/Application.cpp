@@ -275,9 +275,16 @@ void Application::present(PageView &view, const FVRect &area)
 
 // ---- documents -------------------------------------------------------------------
 
+void Application::adoptForOpen(std::unique_ptr<model::Document> doc)
+{
+  adopted_ = std::move(doc);
+}
+
 DocWindow &Application::openDocument(const std::string &path, const std::string &title)
 {
-  auto doc = model::Document::open(path, ports_.password, options_.passwordAttempts);
+  std::unique_ptr<model::Document> doc = std::move(adopted_);
+  if (!doc || doc->path() != path)
+    doc = model::Document::open(path, ports_.password, options_.passwordAttempts);
   docs_.push_back(std::make_unique<DocWindow>(*this, std::move(doc), title));
   DocWindow &win = *docs_.back();
   win.pageView().setShowCropped(showCropped_);

@@ -97,6 +97,11 @@ public:
   DocWindow &openDocument(const std::string &path, const std::string &title = {});
   // The same, but a failure is shown as a note and answers null.
   DocWindow *openDocumentReporting(const std::string &path, const std::string &title = {});
+  // Takes `doc`, already read from its file (a front end that had to read
+  // it before the session began): the next openDocument of the path it was
+  // opened with uses it instead of reading the file again. Any other open
+  // drops it. Only one is held; null clears it.
+  void adoptForOpen(std::unique_ptr<model::Document> doc);
   // Closes `doc`. With noSave false and unsaved changes (PDDocNeedsSave), asks
   // "Save changes to \"TITLE\" before closing?" with "Save", "Don't Save",
   // "Cancel": 1 saves first (a failed save keeps it open), 2 closes, anything
@@ -213,6 +218,7 @@ private:
   ApplicationOptions options_;
   Ports ports_;
   std::vector<std::unique_ptr<DocWindow>> docs_;
+  std::unique_ptr<model::Document> adopted_; // see adoptForOpen
   DocWindow *active_ = nullptr;
   std::vector<FVTool> tools_;
   FVTool activeTool_ = nullptr;

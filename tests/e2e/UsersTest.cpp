@@ -269,3 +269,44 @@ TEST_F(E2EUsers, BadPageSelectionsAreClearErrors)
   EXPECT_TRUE(contains(r.err, "--crop-bbox biggest crops all pages to the biggest bounding box")) << lastRun;
   EXPECT_FALSE(e2e::fileExists(path("out.pdf")));
 }
+
+// A selection other than all or current is resolved against the input's
+// page count before the run begins; the document read for that is the one
+// the run crops, so the input is read no more often than for a run on the
+// current page alone (counted with strace: the opens of the input's path).
+TEST_F(E2EUsers, PageSelectionReadsTheInputOnce)
+{
+#if defined(__SANITIZE_ADDRESS__)
+  // The leak check at exit stops the program's threads by tracing them,
+  // which it cannot do while strace traces the program.
+  GTEST_SKIP() << "strace and the leak checker cannot both trace the program";
+#endif
+  const std::string strace = "/usr/bin/strace";
+  if (!e2e::fileExists(strace) ||
+      e2e::runProgram(strace, {"-o", "/dev/null", "/bin/true"}, dir.path()).exitCode != 0)
+    GTEST_SKIP() << "strace cannot trace programs here";
+  write("in.pdf", {page(), page(), page(), page()});
+  auto opensOfInput = [&](const std::string &pages, const std::string &out) {
+    std::string log = path(out + ".trace");
+    RunResult r = e2e::runProgram(strace,
+                                  {"-f", "-e", "trace=open,openat", "-o", log, e2e::kFolio, "--crop-region",
+                                   "72 72 540 720", "--pages", pages, path("in.pdf"), "-o", path(out)},
+                                  dir.path());
+    EXPECT_EQ(r.exitCode, 0) << pages << "\n" << r.out << r.err;
+    std::istringstream trace(e2e::readFile(log));
+    int opens = 0;
+    for (std::string line; std::getline(trace, line);)
+      opens += contains(line, "\"" + path("in.pdf") + "\"") ? 1 : 0;
+    return opens;
+  };
+  int current = opensOfInput("current", "current.pdf");
+  int list = opensOfInput("2-3", "list.pdf");
+  EXPECT_GT(current, 0);
+  EXPECT_EQ(list, current);
+  auto b = boxes(path("list.pdf"), 4);
+  ASSERT_EQ(b.size(), 4u);
+  EXPECT_FALSE(b[0].hasCropBox);
+  expectBoxNear(b[1].crop, {72, 72, 540, 720}, 0.0625, "page 2");
+  expectBoxNear(b[2].crop, {72, 72, 540, 720}, 0.0625, "page 3");
+  EXPECT_FALSE(b[3].hasCropBox);
+}

@@ -5,6 +5,7 @@
 #include "ViewTestSupport.h"
 #include "core/Atoms.h"
 #include "core/ExceptionFrames.h"
+#include "model/Document.h"
 #include "model/ModelHandles.h"
 #include "model/Page.h"
 #include "view/Application.h"
@@ -291,6 +292,40 @@ TEST(ViewApp, AbsentDragPortGivesThePressPointAndTheStartRect)
   FVRect moved = app.dragRect(doc.pageView(), 10, 20, start, fvDragMove, nullptr);
   EXPECT_EQ(moved.left, 1);
   EXPECT_EQ(moved.bottom, 4);
+}
+
+// A document read before the session (to count its pages for a page
+// selection) is the one the open of its path shows, not a second reading;
+// an open of another path reads that file and lets the adopted one go.
+TEST(ViewApp, AdoptedDocumentIsTheOneTheOpenOfItsPathShows)
+{
+  Application app;
+  std::string a = viewtest::makePdf("adopted-a.pdf", {viewtest::page(0, 0, 612, 792)});
+  std::string b =
+      viewtest::makePdf("adopted-b.pdf", {viewtest::page(0, 0, 300, 400), viewtest::page(0, 0, 300, 400)});
+  auto doc = folio::model::Document::open(a);
+  folio::model::Document *read = doc.get();
+  app.adoptForOpen(std::move(doc));
+  DocWindow &first = app.openDocument(a);
+  EXPECT_EQ(&first.document(), read);
+  DocWindow &again = app.openDocument(a); // taken once: read anew
+  EXPECT_NE(&again.document(), read);
+  EXPECT_EQ(again.document().pageCount(), 1);
+
+  // A reading with a crop in memory: were it kept past the other open, the
+  // next open of its path would show that crop.
+  auto stale = folio::model::Document::open(a);
+  folio::model::Page *p = stale->acquirePage(0);
+  p->setCropBox(FixedRect{10 << 16, 20 << 16, 300 << 16, 400 << 16});
+  stale->releasePage(p);
+  app.adoptForOpen(std::move(stale));
+  DocWindow &other = app.openDocument(b);
+  EXPECT_EQ(other.document().path(), b);
+  EXPECT_EQ(other.document().pageCount(), 2);
+  DocWindow &third = app.openDocument(a);
+  folio::model::Page *q = third.document().acquirePage(0);
+  EXPECT_EQ(q->cropBox().right, 612 << 16); // the file's page, not the stale reading's
+  third.document().releasePage(q);
 }
 
 // ---- drawing callbacks ------------------------------------------------------
