@@ -310,3 +310,21 @@ TEST_F(E2EUsers, PageSelectionReadsTheInputOnce)
   expectBoxNear(b[2].crop, {72, 72, 540, 720}, 0.0625, "page 3");
   EXPECT_FALSE(b[3].hasCropBox);
 }
+
+// An encrypted input: the reading that resolved the selection, opened with
+// the password given, is the one the run crops, and it is saved as such.
+TEST_F(E2EUsers, PageSelectionOfAnEncryptedInputCropsWithItsPassword)
+{
+  write("plain.pdf", {page(), page(), page()});
+  std::string why;
+  ASSERT_TRUE(gen::encryptWithQpdf(path("plain.pdf"), path("locked.pdf"), "user", "owner", false, &why))
+      << why;
+  RunResult r = folio({"--crop-region", "72 72 540 720", "--pages", "2-3", "--password", "owner",
+                       path("locked.pdf"), "-o", path("out.pdf")});
+  ASSERT_EQ(r.exitCode, 0) << lastRun;
+  auto b = boxes(path("out.pdf"), 3, "owner");
+  ASSERT_EQ(b.size(), 3u) << lastRun;
+  EXPECT_FALSE(b[0].hasCropBox) << lastRun;
+  expectBoxNear(b[1].crop, {72, 72, 540, 720}, 0.0625, lastRun);
+  expectBoxNear(b[2].crop, {72, 72, 540, 720}, 0.0625, lastRun);
+}
